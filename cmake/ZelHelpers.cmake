@@ -1,0 +1,63 @@
+# Small helpers that keep each folder's CMakeLists a few lines long.
+
+# Warnings as errors for our own code.
+function(zel_warnings target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /WX)
+  else()
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror)
+  endif()
+endfunction()
+
+function(zel_apply_sanitizers)
+  if(NOT ZEL_SANITIZE)
+    return()
+  endif()
+  add_compile_options(-fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZEL_SANITIZE})
+endfunction()
+
+# zel_add_sources(TARGET file...): adds sources of a folder to a library made elsewhere.
+function(zel_add_sources target)
+  list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(${target} PRIVATE ${ARGN})
+endfunction()
+
+# zel_add_plugin(NAME SOURCES...): a Qt plug-in file NAME.dll in bin/, beside zelhost.
+function(zel_add_plugin name)
+  add_library(${name} MODULE ${ARGN})
+  target_link_libraries(${name} PRIVATE ZEL)
+  set_target_properties(${name} PROPERTIES
+    PREFIX "" SUFFIX ".dll" AUTOMOC ON
+    LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  zel_warnings(${name})
+endfunction()
+
+# zel_add_test(NAME SOURCES... [TIMEOUT s] [LIBS ...]): one GoogleTest executable, one CTest.
+function(zel_add_test name)
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${T_SOURCES})
+  target_link_libraries(${name} PRIVATE zeltestsupport ${T_LIBS})
+  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  zel_warnings(${name})
+  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT})
+endfunction()
+
+# zel_public_library(TARGET SUBDIR EXPORT_HEADER): include paths, generated export header, warnings.
+function(zel_public_library target subdir header)
+  include(GenerateExportHeader)
+  string(TOUPPER ${target} upper)
+  generate_export_header(${target}
+    EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/${subdir}/${header}
+    BASE_NAME ${upper})
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  zel_warnings(${target})
+endfunction()

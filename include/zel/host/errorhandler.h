@@ -1,0 +1,49 @@
+#pragma once
+
+#include <zel/host/zelhostframework_export.h>
+
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+class IErrorHandler;
+
+// Trace flags and the trace sink of the process. Any thread may call it.
+class ZELHOSTFRAMEWORK_EXPORT ErrorHandler
+{
+public:
+    enum TraceFlag : unsigned int {
+        TraceFailures = 0x20,
+        TraceInformation = 0x40,
+    };
+    using Sink = std::function<void(QString const& text, QString const& file, unsigned short line)>;
+
+    static ErrorHandler& Instance();
+    static IErrorHandler* Interface();
+
+    // Starts from ZEL_TRACE_FLAGS (hex with 0x, or decimal), 0 when unset.
+    unsigned int GetTraceFlags() const;
+    bool IsTraceOn(unsigned int bits) const { return (GetTraceFlags() & bits) != 0; }
+    void SetTraceFlags(unsigned int flags);
+
+    // Replaces where trace lines go; an empty sink restores stderr.
+    void SetTraceSink(Sink sink);
+    // Replaces the exception report; null restores the default, which writes to stderr.
+    void SetInterface(std::shared_ptr<IErrorHandler> handler);
+
+    void Trace(QString const& text, QString const& file, unsigned short line);
+
+private:
+    ErrorHandler();
+
+    std::atomic<unsigned int> m_flags;
+    mutable std::mutex m_mutex;
+    Sink m_sink;
+    std::shared_ptr<IErrorHandler> m_interface;
+};
+
+// Writes one trace line. Callers test a trace flag first.
+ZELHOSTFRAMEWORK_EXPORT void _Q_Trace(QString const& text, QString const& file, unsigned short line);
