@@ -1,0 +1,65 @@
+#include <zel/zmqhelper.h>
+
+#include "trace.h"
+
+#include <chrono>
+#include <thread>
+
+namespace zel {
+
+int const ZmqHelper::maxBindAttempts = 5;
+
+namespace {
+
+std::string bindOnce(zmq::socket_t& socket, std::string const& address)
+{
+    socket.bind(address);
+    char endpoint[128] = {};
+    size_t size = sizeof(endpoint);
+    if (zmq_getsockopt(socket.handle(), ZMQ_LAST_ENDPOINT, endpoint, &size) != 0)
+        throw zmq::error_t();
+    return std::string(endpoint);
+}
+
+} // namespace
+
+void ZmqHelper::bindSocket(zmq::socket_t& socket, std::string& address)
+{
+    for (int attempt = 0;; ++attempt) {
+        try {
+            address = bindOnce(socket, address);
+            return;
+        } catch (zmq::error_t const& e) {
+            if (e.num() == EADDRINUSE && attempt != maxBindAttempts - 1) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                continue;
+            }
+            ZEL_TRACE_FAILURE(QStringLiteral("bindSocket() for \"%1\" failed: %2")
+                                  .arg(QString::fromStdString(address), QString::fromUtf8(e.what())));
+            throw;
+        }
+    }
+}
+
+void ZmqHelper::bindSocket(zmq::socket_t& socket, QString& address)
+{
+    std::string text = address.toStdString();
+    bindSocket(socket, text);
+    address = QString::fromStdString(text);
+}
+
+void ZmqHelper::bindSocket(zmq::socket_t& socket)
+{
+    std::string address;
+    bindSocket(socket, address);
+}
+
+void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address) { socket.connect(address); }
+
+void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address, std::string const& identity)
+{
+    socket.set(zmq::sockopt::routing_id, zmq::const_buffer(identity.c_str(), identity.size() + 1));
+    socket.connect(address);
+}
+
+} // namespace zel

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <zel/zel_export.h>
+#include <zel/host/iabstractterminationtarget.h>
+
+#include <zmq.hpp>
+
+#include <memory>
+
+namespace zel {
+
+// The one ZeroMQ context of the process, and a termination target of the host.
+class ZEL_EXPORT Context : public IAbstractTerminationTarget
+{
+public:
+    // The singleton, made on first use from any thread. A failing zmq_ctx_new leaves as
+    // zmq::error_t and the next call tries again.
+    static Context& Instance();
+    // A copy of the context pointer; null after reset. Any thread, not overlapping reset.
+    static std::shared_ptr<zmq::context_t> getZMQContext();
+    // A new socket on the context. Throws zmq::error_t (ETERM) once the context is reset.
+    static zmq::socket_t createSocket(zmq::socket_type type);
+    // Drops the context for good; destroys it when nobody else holds it, which blocks until
+    // every socket is closed. Final for the process.
+    static void reset();
+
+    void aboutToTerminate() override;
+    ~Context() override;
+
+private:
+    Context();
+
+    std::shared_ptr<zmq::context_t> context;
+};
+
+} // namespace zel

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <zel/endpoints.h>
+#include <zel/router.h>
+#include <zel/zel_export.h>
+#include <zel/zmqcontrollablethread.h>
+
+#include <memory>
+#include <string>
+
+namespace zel {
+
+class PluginManager;
+
+// A running system. The constructor brings up the router (and the group manager) and returns when
+// both run; the destructor stops everything below, down to the last processor, router last.
+// Belongs to the thread that made it; not to be destroyed while another thread calls it.
+class ZEL_EXPORT Environment
+{
+public:
+    explicit Environment(std::string const& frontendAddress = routerFrontendAddressDefault);
+    Environment(std::shared_ptr<PluginManager> pluginManager, std::string const& frontendAddress);
+    ~Environment();
+
+    Environment(Environment const&) = delete;
+    Environment& operator=(Environment const&) = delete;
+
+    // The endpoint the frontend really bound (a wildcard port resolved). Clients connect here.
+    std::string getRouterFrontendAddress();
+
+private:
+    std::shared_ptr<std::string> routerFrontendAddress;
+    ZmqControllableThread<Router> routerThread;
+};
+
+} // namespace zel

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <zel/zmqcontroller.h>
+
+#include <QThread>
+
+#include <memory>
+#include <string>
+
+namespace zel {
+
+// A thread that runs one object: initialize, process until stopped, release, delete; all on the
+// thread. The constructor returns once initialize has succeeded (ThreadError otherwise); the
+// destructor stops the thread and returns when it has ended. Neither has a time-out.
+template <class T, class Controller>
+class ControllableThread : public QThread
+{
+public:
+    explicit ControllableThread(std::unique_ptr<T> object)
+        : QThread(nullptr), controllable(std::move(object)), controller(this)
+    {
+        controller.setupCreator();
+    }
+
+    ~ControllableThread() override
+    {
+        controller.stopThread();
+        controllable.reset();
+    }
+
+protected:
+    void run() override
+    {
+        bool releaseBegun = false;
+        try {
+            controller.setState(Starting, false);
+            controller.setupThread(controllable.get());
+            if (controllable->initialize()) {
+                controller.setState(Running, true);
+                controllable->process();
+                controller.setState(Releasing, false);
+                releaseBegun = true;
+                controllable->release();
+                controller.setState(Finished, true);
+            }
+        } catch (std::exception const& e) {
+            controller.setFailed(failureText(e.what()));
+        } catch (...) {
+            controller.setFailed(failureText("An unknown exception was thrown"));
+        }
+        if (!releaseBegun)
+            releaseAfterFailure();
+        controllable.reset();
+        controller.cleanupThread();
+    }
+
+private:
+    static std::string failureText(char const* reason)
+    {
+        return std::string("ControllableThread::run() failed: ") + reason;
+    }
+
+    void releaseAfterFailure()
+    {
+        try {
+            controllable->release();
+            controller.setState(Failed, true);
+        } catch (std::exception const& e) {
+            controller.setFailed(failureText(e.what()));
+        } catch (...) {
+            controller.setFailed(failureText("An unknown exception was thrown"));
+        }
+    }
+
+    std::unique_ptr<T> controllable;
+    Controller controller;
+};
+
+template <class T>
+class ZmqControllableThread : public ControllableThread<T, ZmqController<T>>
+{
+public:
+    explicit ZmqControllableThread(std::unique_ptr<T> object)
+        : ControllableThread<T, ZmqController<T>>(std::move(object))
+    {
+    }
+};
+
+} // namespace zel

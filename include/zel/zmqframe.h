@@ -1,0 +1,25 @@
+#pragma once
+
+#include <zel/zel_export.h>
+
+#include <QByteArray>
+#include <zmq.hpp>
+
+namespace zel {
+
+// The two operations that carry every frame of the socket templates. Blocking; the caller's thread
+// owns the socket. Failures leave as SocketError.
+
+// Sends one frame; flags is ZMQ_SNDMORE for all but the last frame.
+ZEL_EXPORT void sendFrame(zmq::socket_t& socket, void const* data, size_t size, int flags);
+ZEL_EXPORT void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags);
+// Receives one frame into the caller's frame object.
+ZEL_EXPORT void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame);
+// Receives one frame and copies it out; the frame object tells whether more follow.
+ZEL_EXPORT QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& frame);
+// Throws SocketError "Invalid message format" unless another frame of the message follows.
+ZEL_EXPORT void requireMoreFrames(zmq::message_t const& frame);
+// Throws SocketError "Invalid message format" when another frame of the message follows.
+ZEL_EXPORT void requireLastFrame(zmq::message_t const& frame);
+
+} // namespace zel

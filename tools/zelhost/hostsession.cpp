@@ -1,0 +1,125 @@
+#include "hostsession.h"
+
+#include <zel/host/cfgcenter.h>
+#include <zel/host/errorhandler.h>
+#include <zel/host/iabstractterminationtarget.h>
+#include <zel/idllinstance.h>
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <memory>
+#include <mutex>
+
+namespace {
+
+QString const defaultFrontendAddress = QStringLiteral("inproc://zel/__router__external__");
+
+// Beside the host first, then the library folder of an installed or built tree, then the system's.
+QStringList moduleCandidates()
+{
+    QString const dir = QCoreApplication::applicationDirPath();
+    return { dir + QStringLiteral("/ZEL"), dir + QStringLiteral("/../lib/ZEL"), QStringLiteral("ZEL") };
+}
+
+QString configuredAddress(QString const& name)
+{
+    std::unique_ptr<ICfg> const cfg(CfgCenter::CreateCfg(name, ICfg::Application, QString()));
+    return cfg ? cfg->GetValue(QStringLiteral("EnvironmentAddress"), defaultFrontendAddress, 0) : QString();
+}
+
+// Collects the failure traces of a start, so that a failed start says why whatever the flags.
+class FailureCollector
+{
+public:
+    FailureCollector()
+    {
+        ErrorHandler& handler = ErrorHandler::Instance();
+        userFlags = handler.GetTraceFlags();
+        handler.SetTraceFlags(userFlags | ErrorHandler::TraceFailures);
+        handler.SetTraceSink([this](QString const& text, QString const& file, unsigned short line) {
+            std::lock_guard<std::mutex> lock(mutex);
+            lines << QStringLiteral("%1 (%2:%3)").arg(text, file).arg(line);
+        });
+    }
+
+    ~FailureCollector()
+    {
+        ErrorHandler::Instance().SetTraceSink({});
+        ErrorHandler::Instance().SetTraceFlags(userFlags);
+    }
+
+    QStringList collected()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return lines;
+    }
+
+private:
+    unsigned int userFlags = 0;
+    std::mutex mutex;
+    QStringList lines;
+};
+
+} // namespace
+
+HostSession::HostSession(QString instanceName) : name(std::move(instanceName)) {}
+
+HostSession::~HostSession() { stop(); }
+
+bool HostSession::start() { return load() && execute(); }
+
+bool HostSession::load()
+{
+    QStringList errors;
+    for (QString const& candidate : moduleCandidates()) {
+        module.setFileName(candidate);
+        if (module.load())
+            break;
+        errors << module.errorString();
+    }
+    if (!module.isLoaded()) {
+        reason = QStringLiteral("cannot load the ZEL module: ") + errors.join(QStringLiteral("; "));
+        return false;
+    }
+    create = reinterpret_cast<HXCreateFunction>(module.resolve("HXCreate"));
+    destroy = reinterpret_cast<HXDestroyFunction>(module.resolve("HXDestroy"));
+    if (!create || !destroy) {
+        reason = QStringLiteral("the module %1 has no HXCreate or HXDestroy").arg(module.fileName());
+        return false;
+    }
+    return true;
+}
+
+bool HostSession::execute()
+{
+    address = configuredAddress(name);
+    if (address.isNull()) {
+        reason = QStringLiteral("no configuration %1.ini in %2")
+                     .arg(name, qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath()));
+        return false;
+    }
+    std::wstring const wideName = name.toStdWString();
+    instance = create(wideName.c_str());
+    if (!instance) {
+        reason = QStringLiteral("HXCreate failed");
+        return false;
+    }
+    FailureCollector failures;
+    instance->Execute(); // false on every path: the traces tell a failed start
+    QStringList const lines = failures.collected();
+    if (lines.isEmpty())
+        return true;
+    reason = lines.join(QLatin1Char('\n'));
+    return false;
+}
+
+void HostSession::stop()
+{
+    if (instance) {
+        instance->Shutdown();
+        destroy(instance);
+        instance = nullptr;
+    }
+    IAbstractTerminationTarget::terminateAll();
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <zel/loadinterface.h>
+
+#include <QLibrary>
+#include <QString>
+#include <QStringList>
+
+// One run of the module in this host: load it, create the instance, execute, and later stop it.
+class HostSession
+{
+public:
+    explicit HostSession(QString instanceName);
+    ~HostSession();
+
+    // Loads the module and starts the environment; false with a reason when it did not start.
+    bool start();
+    QString const& frontendAddress() const { return address; }
+    QString const& failureReason() const { return reason; }
+    // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
+    void stop();
+
+private:
+    bool load();
+    bool execute();
+
+    QString name;
+    QString address;
+    QString reason;
+    QLibrary module;
+    HXCreateFunction create = nullptr;
+    HXDestroyFunction destroy = nullptr;
+    zel::IDllInstance* instance = nullptr;
+};
