@@ -1,6 +1,7 @@
 #include <zel/zmqcontroller.h>
 
 #include <zel/context.h>
+#include <zel/zelmsg/controlmessage.h>
 
 #include <boost/lexical_cast.hpp>
 
@@ -18,7 +19,11 @@ std::shared_ptr<zmq::socket_t> ZmqControllerSupport::makePairSocket()
 
 QByteArray const& ZmqControllerSupport::stopFrame()
 {
-    static QByteArray const frame("<ControlMessage><MessageType>Shutdown</MessageType></ControlMessage>");
+    static QByteArray const frame = [] {
+        zelmsg::ControlMessage shutdown;
+        shutdown.SetMessageType(zelmsg::ControlMessage::Shutdown);
+        return shutdown.GetXmlString().toUtf8();
+    }();
     return frame;
 }
 

@@ -11,6 +11,8 @@
 namespace zel {
 
 class PluginManager;
+template <class Traits>
+class ProcessorGroupManagerTemplate;
 
 // A running system. The constructor brings up the router (and the group manager) and returns when
 // both run; the destructor stops everything below, down to the last processor, router last.
@@ -19,6 +21,8 @@ class ZEL_EXPORT Environment
 {
 public:
     explicit Environment(std::string const& frontendAddress = routerFrontendAddressDefault);
+    // The group manager makes its processors with this plug-in manager, on which the program may
+    // have registered plug-ins of its own.
     Environment(std::shared_ptr<PluginManager> pluginManager, std::string const& frontendAddress);
     ~Environment();
 
@@ -31,6 +35,7 @@ public:
 private:
     std::shared_ptr<std::string> routerFrontendAddress;
     ZmqControllableThread<Router> routerThread;
+    ZmqControllableThread<ProcessorGroupManagerTemplate<ST>> groupManagerThread;
 };
 
 } // namespace zel

@@ -25,6 +25,7 @@ public:
     ~ControllableThread() override
     {
         controller.stopThread();
+        controller.threadEnded();
         controllable.reset();
     }
 
@@ -52,6 +53,7 @@ protected:
             releaseAfterFailure();
         controllable.reset();
         controller.cleanupThread();
+        controller.threadEnded();
     }
 
 private:

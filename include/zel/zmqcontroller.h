@@ -9,7 +9,6 @@
 #include <QThread>
 #include <zmq.hpp>
 
-#include <climits>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -52,11 +51,13 @@ public:
         std::unique_lock<std::mutex> lock(mutex);
         thread->start(QThread::InheritPriority);
         condition.wait(lock, [this] { return state >= 2; });
-        bool const failed = state == Failed;
+        // The thread may already have failed in process by the time we wake: not a failed start.
+        bool const failed = !reachedRunning;
         lock.unlock();
         if (!failed)
             return;
         thread->wait();
+        lock.lock();
         throw ThreadError("Thread failed: " + errorText);
     }
     // Waits without limit until the thread has ended.
@@ -68,9 +69,15 @@ public:
     {
         std::lock_guard<std::mutex> lock(mutex);
         state = newState;
+        if (newState == Running)
+            reachedRunning = true;
         if (wake)
             condition.notify_one();
     }
+
+    // The thread's last step, and the joiner's first after the wait. QThread::wait orders the two, but
+    // through Qt's own lock, which race detectors do not see; this mutex shows them the same order.
+    void threadEnded() { std::lock_guard<std::mutex> lock(mutex); }
 
     // Appends a reason, one line each, and reports Failed.
     void setFailed(std::string const& text)
@@ -85,6 +92,7 @@ public:
 
 protected:
     int state = Idle;
+    bool reachedRunning = false;
     QThread* thread;
     std::mutex mutex;
     std::condition_variable condition;
@@ -93,9 +101,11 @@ protected:
 
 // Adds the stop channel: a PAIR socket bound on the new thread, and one on the creator's side.
 //
-// The creator's socket is made and connected before the thread starts (inproc allows connecting
-// before the bind), so a failure there leaves as SocketError with no thread running. A stop frame
-// that cannot be sent is sent again on a fresh socket every 100 ms for as long as the thread runs.
+// The creator's socket is made before the thread starts, so a failure to make it leaves as
+// SocketError with no thread running. It connects only once the thread runs: the control address
+// comes from this object's address, which a new controller may share with one just destroyed whose
+// socket still holds the endpoint, and a connect before the bind would reach that dead socket.
+// A stop frame that cannot be sent is sent again on a fresh socket every 100 ms while the thread runs.
 template <class T>
 class ZmqController : public ControllerBase<T>
 {
@@ -107,18 +117,32 @@ public:
         socketAddress = ZmqControllerSupport::makeUniqueAddress(this);
         try {
             creatorSocket = ZmqControllerSupport::makePairSocket();
-            creatorSocket->connect(socketAddress);
         } catch (zmq::error_t const& e) {
             throw SocketError(e.what());
         }
         ControllerBase<T>::setupCreator();
+        try {
+            creatorSocket->connect(socketAddress);
+        } catch (zmq::error_t const& e) {
+            // The thread runs and no destructor will stop it: stop it on fresh sockets and join it.
+            creatorSocket.reset();
+            stopThread();
+            throw SocketError(e.what());
+        }
     }
 
     void stopThread() override
     {
-        bool sent = sendMessage(creatorSocket, ZmqControllerSupport::stopFrame());
-        while (!this->thread->wait(sent ? ULONG_MAX : 100))
-            sent = sendMessage(freshCreatorSocket(), ZmqControllerSupport::stopFrame());
+        if (sendMessage(creatorSocket, ZmqControllerSupport::stopFrame())) {
+            this->thread->wait();
+            return;
+        }
+        // The thread's PAIR socket takes one peer and rejects others while the old one is there: let
+        // the old one go. A frame sent on a fresh socket may still be dropped with its rejected pipe,
+        // so go on sending until the thread has ended.
+        creatorSocket.reset();
+        while (!this->thread->wait(100))
+            sendMessage(freshCreatorSocket(), ZmqControllerSupport::stopFrame());
     }
 
     void setupThread(T* object) override
@@ -152,10 +176,13 @@ protected:
     }
 
 private:
+    // Its sends give up after 100 ms: a rejected pipe would block a send without end.
     std::shared_ptr<zmq::socket_t> freshCreatorSocket()
     {
         try {
             creatorSocket = ZmqControllerSupport::makePairSocket();
+            creatorSocket->set(zmq::sockopt::linger, 0);
+            creatorSocket->set(zmq::sockopt::sndtimeo, 100);
             creatorSocket->connect(socketAddress);
         } catch (zmq::error_t const&) {
             creatorSocket.reset();

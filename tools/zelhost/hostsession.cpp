@@ -3,7 +3,11 @@
 #include <zel/host/cfgcenter.h>
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
+#include <zel/controlmessagehelper.h>
+#include <zel/endpoints.h>
 #include <zel/idllinstance.h>
+#include <zel/requestclienttemplate.h>
+#include <zel/socketreader.h>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -13,7 +17,8 @@
 
 namespace {
 
-QString const defaultFrontendAddress = QStringLiteral("inproc://zel/__router__external__");
+QString const defaultFrontendAddress = QString::fromStdString(zel::routerFrontendAddressDefault);
+int const probeTimeoutMs = 4000;
 
 // Beside the host first, then the library folder of an installed or built tree, then the system's.
 QStringList moduleCandidates()
@@ -60,6 +65,23 @@ private:
     std::mutex mutex;
     QStringList lines;
 };
+
+// The environment runs when the group manager answers a QueryGroups through the frontend.
+bool frontendAnswers(QString const& address, QString& reason)
+{
+    try {
+        zel::RequestClientTemplate<zmq::socket_t, zel::ZmqControlSocketTemplate<zel::ST>, zel::SocketReader> client(
+            address.toStdString(), true, probeTimeoutMs);
+        zelmsg::ControlMessage query = zel::ControlMessageHelper::makeQueryProcessorGroupsMessage();
+        if (client.request(zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault), query))
+            return true;
+        reason = QStringLiteral("the frontend at %1 did not answer: %2")
+                     .arg(address, QString::fromStdString(client.getLastMessageText()));
+    } catch (std::exception const& e) {
+        reason = QStringLiteral("cannot reach the frontend at %1: %2").arg(address, QString::fromUtf8(e.what()));
+    }
+    return false;
+}
 
 } // namespace
 
@@ -108,10 +130,11 @@ bool HostSession::execute()
     FailureCollector failures;
     instance->Execute(); // false on every path: the traces tell a failed start
     QStringList const lines = failures.collected();
-    if (lines.isEmpty())
-        return true;
-    reason = lines.join(QLatin1Char('\n'));
-    return false;
+    if (!lines.isEmpty()) {
+        reason = lines.join(QLatin1Char('\n'));
+        return false;
+    }
+    return frontendAnswers(address, reason);
 }
 
 void HostSession::stop()

@@ -1,0 +1,258 @@
+// Stream throughput in one process: a demo Generator at rate 0 publishing to a demo Counter, beside
+// bare ZeroMQ PUB/SUB with the same two frames (type, data) between two threads. Sizes 64 B, 1 KiB
+// and 64 KiB, over inproc and TCP loopback. What counts is what reaches the subscriber: a PUB drops
+// what a slow subscriber cannot take, so the sender's rate is shown beside it (sent/s).
+//
+// Each iteration is a window of 100 ms of a flow that runs all along; the figures are messages and
+// megabytes (10^6, type and data frames) per second received, over all windows. A summary of the
+// received rates, ZEL beside raw, follows the table.
+
+#include <zel/context.h>
+#include <zel/controlmessagehelper.h>
+#include <zel/endpoints.h>
+#include <zel/environment.h>
+#include <zel/requestclienttemplate.h>
+#include <zel/socketreader.h>
+#include <zel/zmqcontrolsockettemplate.h>
+
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+
+#include <zmq.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Helper = zel::ControlMessageHelper;
+using namespace std::chrono_literals;
+
+constexpr auto window = 100ms;
+constexpr int windows = 10;
+std::string const streamType = "numbers";
+
+enum class Transport { Inproc, Tcp };
+
+char const* name(Transport transport) { return transport == Transport::Inproc ? "inproc" : "tcp"; }
+
+// Received messages per second, by transport and size, for the summary: raw first, then ZEL.
+std::map<std::pair<int, int>, std::pair<double, double>> received;
+
+// What a run of windows counted.
+struct Totals
+{
+    double seconds = 0;
+    std::uint64_t messages = 0;
+    std::uint64_t sent = 0;
+};
+
+void report(benchmark::State& state, Totals const& totals, int size)
+{
+    double const perSecond = static_cast<double>(totals.messages) / totals.seconds;
+    state.counters["msg/s"] = perSecond;
+    state.counters["MB/s"] = perSecond * (size + static_cast<double>(streamType.size())) / 1e6;
+    state.counters["sent/s"] = static_cast<double>(totals.sent) / totals.seconds;
+}
+
+// Measures windows of a running flow; `sample` gives (received, sent) so far.
+template <class Sample> Totals measure(benchmark::State& state, Sample sample)
+{
+    Totals totals;
+    auto [receivedBefore, sentBefore] = sample();
+    auto before = Clock::now();
+    for (auto _ : state) {
+        std::this_thread::sleep_for(window);
+        auto const [receivedNow, sentNow] = sample();
+        auto const now = Clock::now();
+        double const seconds = std::chrono::duration<double>(now - before).count();
+        state.SetIterationTime(seconds);
+        totals.seconds += seconds;
+        totals.messages += receivedNow - receivedBefore;
+        totals.sent += sentNow - sentBefore;
+        receivedBefore = receivedNow;
+        sentBefore = sentNow;
+        before = now;
+    }
+    return totals;
+}
+
+// --- Bare ZeroMQ ---------------------------------------------------------------------------------
+
+void rawPubSub(benchmark::State& state, Transport transport, int size)
+{
+    static int run = 0;
+    std::string address
+        = transport == Transport::Inproc ? "inproc://streambench-raw-" + std::to_string(++run) : "tcp://127.0.0.1:*";
+    std::atomic<bool> stop { false };
+    std::atomic<std::uint64_t> sent { 0 };
+    std::atomic<std::uint64_t> got { 0 };
+    std::atomic<bool> bound { false };
+
+    std::thread publisher([&] {
+        zmq::socket_t socket = zel::Context::createSocket(zmq::socket_type::pub);
+        socket.set(zmq::sockopt::linger, 0);
+        socket.bind(address);
+        address = socket.get(zmq::sockopt::last_endpoint);
+        bound = true;
+        std::string const data(static_cast<size_t>(size), 'x');
+        while (!stop.load(std::memory_order_relaxed)) {
+            socket.send(zmq::buffer(streamType), zmq::send_flags::sndmore);
+            socket.send(zmq::buffer(data), zmq::send_flags::none);
+            sent.fetch_add(1, std::memory_order_relaxed);
+        }
+    });
+    while (!bound)
+        std::this_thread::yield();
+    std::thread subscriber([&] {
+        zmq::socket_t socket = zel::Context::createSocket(zmq::socket_type::sub);
+        socket.set(zmq::sockopt::linger, 0);
+        socket.set(zmq::sockopt::rcvtimeo, 100);
+        socket.set(zmq::sockopt::subscribe, "");
+        socket.connect(address);
+        zmq::message_t type;
+        zmq::message_t data;
+        while (!stop.load(std::memory_order_relaxed)) {
+            if (!socket.recv(type))
+                continue;
+            (void)socket.recv(data);
+            got.fetch_add(1, std::memory_order_relaxed);
+        }
+    });
+    while (got == 0)
+        std::this_thread::yield();
+    std::this_thread::sleep_for(window); // into the steady state
+
+    Totals const totals = measure(state, [&] { return std::make_pair(got.load(), sent.load()); });
+    stop = true;
+    subscriber.join();
+    publisher.join();
+    report(state, totals, size);
+    received[{ int(transport), size }].first = static_cast<double>(totals.messages) / totals.seconds;
+}
+
+// --- ZEL: Generator to Counter -------------------------------------------------------------------
+
+using Client = zel::RequestClientTemplate<zmq::socket_t, zel::ZmqControlSocketTemplate<zel::ST>, zel::SocketReader>;
+
+// One Environment for the program; processors come from demo.dll beside it.
+struct System
+{
+    zel::Environment environment;
+    Client client { environment.getRouterFrontendAddress(), true, 10000 };
+
+    zelmsg::ControlMessage request(std::string const& identity, zelmsg::ControlMessage record)
+    {
+        if (!client.request(identity, record))
+            throw std::runtime_error(
+                identity + ": " + record.GetMessageText().toStdString() + client.getLastMessageText());
+        return record;
+    }
+};
+
+std::unique_ptr<System> systemInstance;
+
+System& zel()
+{
+    if (!systemInstance)
+        systemInstance = std::make_unique<System>();
+    return *systemInstance;
+}
+
+std::string const& prefix() { return zel::internalAddressPrefixDefault; }
+
+void zelStream(benchmark::State& state, Transport transport, int size)
+{
+    static int run = 0;
+    std::string const group = "bench" + std::to_string(++run);
+    std::string const groupId = zel::Endpoints::getGroupEndpoint(group, prefix());
+    std::string const gen = zel::Endpoints::getProcessorEndpoint(group, "gen", prefix());
+    std::string const counter = zel::Endpoints::getProcessorEndpoint(group, "counter", prefix());
+    System& system = zel();
+    try {
+        system.request(
+            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeCreateProcessorGroupMessage(group));
+        std::string const address
+            = transport == Transport::Inproc ? "inproc://streambench-" + group : "tcp://127.0.0.1:*";
+        system.request(groupId,
+            Helper::makeCreateProcessorMessage(
+                "demo.Generator", "gen", Helper::makeProcessorConfig(streamType, address)));
+        system.request(groupId,
+            Helper::makeCreateProcessorMessage("demo.Counter", "counter",
+                Helper::makeProcessorConfig("counted", "inproc://streambench-counted-" + group)));
+        system.request(gen, Helper::makeStopStreamMessage(""));
+        system.request(gen, Helper::makeSetParameterMessage("size", std::to_string(size)));
+        system.request(gen, Helper::makeSetParameterMessage("rate", "0"));
+        std::string const bound = system.request(gen, Helper::makeQueryStreamsMessage())
+                                      .GetDataStream()
+                                      .first()
+                                      .GetAddress()
+                                      .first()
+                                      .toStdString();
+        system.request(counter, Helper::makeConnectStreamMessage("in", bound, std::vector<std::string>()));
+        system.request(gen, Helper::makeStartStreamMessage(""));
+
+        auto value = [&](std::string const& processor, std::string const& parameter) -> std::uint64_t {
+            return system.request(processor, Helper::makeGetParameterMessage(parameter)).GetParameter().toULongLong();
+        };
+        auto const deadline = Clock::now() + 10s;
+        while (value(counter, "count") == 0) {
+            if (Clock::now() > deadline)
+                throw std::runtime_error("nothing reached the Counter");
+            std::this_thread::sleep_for(1ms);
+        }
+        std::this_thread::sleep_for(window); // into the steady state
+
+        Totals const totals
+            = measure(state, [&] { return std::make_pair(value(counter, "count"), value(gen, "sent")); });
+        system.request(
+            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeDeleteProcessorGroupMessage(group));
+        report(state, totals, size);
+        received[{ int(transport), size }].second = static_cast<double>(totals.messages) / totals.seconds;
+    } catch (std::exception const& e) {
+        state.SkipWithError(e.what());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    for (Transport const transport : { Transport::Inproc, Transport::Tcp }) {
+        for (int const size : { 64, 1024, 65536 }) {
+            std::string const base = std::string("stream/") + name(transport) + "/" + std::to_string(size) + "B/";
+            benchmark::RegisterBenchmark((base + "raw").c_str(), rawPubSub, transport, size)
+                ->UseManualTime()
+                ->Iterations(windows)
+                ->Unit(benchmark::kMillisecond);
+            benchmark::RegisterBenchmark((base + "zel").c_str(), zelStream, transport, size)
+                ->UseManualTime()
+                ->Iterations(windows)
+                ->Unit(benchmark::kMillisecond);
+        }
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    systemInstance.reset();
+
+    std::printf("\n%-8s %8s %14s %14s %8s\n", "", "size", "raw msg/s", "zel msg/s", "zel/raw");
+    for (auto const& [key, rates] : received) {
+        if (rates.first > 0 && rates.second > 0)
+            std::printf("%-8s %8d %14.0f %14.0f %8.2f\n", name(Transport(key.first)), key.second, rates.first,
+                rates.second, rates.second / rates.first);
+    }
+    return 0;
+}

@@ -1,0 +1,126 @@
+#include "generator.h"
+
+#include "sequence.h"
+
+#include <algorithm>
+
+namespace demo {
+
+namespace {
+
+// Messages sent per idle call at most, so that control messages are never held up for long.
+constexpr std::uint64_t burst = 256;
+
+bool parseCount(QString const& text, std::uint64_t& value)
+{
+    bool ok = false;
+    qulonglong const parsed = text.toULongLong(&ok);
+    if (ok)
+        value = parsed;
+    return ok;
+}
+
+} // namespace
+
+Generator::Generator(zelmsg::Processor const& configuration, std::string const& processorName,
+                     std::string const& groupName, std::string const& addressPrefix)
+    : StreamProcessor(configuration, processorName, groupName, addressPrefix),
+      type(QByteArray::fromStdString(getDataStreamName()))
+{
+}
+
+bool Generator::initialize()
+{
+    if (!StreamProcessor::initialize())
+        return false;
+    schedule();
+    return true;
+}
+
+void Generator::handleMessage(zel::ByteStreamMessage&, zel::ZmqByteStreamInSocket*) {}
+
+void Generator::schedule()
+{
+    pacing.start();
+    sentSincePacing = 0;
+    if (!runFlag || finished())
+        return disableIdleProcessing();
+    enableIdleProcessing(rate == 0 ? 0 : static_cast<int>(std::clamp<std::uint64_t>(1000 / rate, 1, 20)));
+}
+
+std::uint64_t Generator::due() const
+{
+    if (rate == 0)
+        return burst;
+    std::uint64_t const expected = static_cast<std::uint64_t>(pacing.elapsed()) * rate / 1000;
+    return std::min(expected - std::min(expected, sentSincePacing), burst);
+}
+
+void Generator::doIdleProcessing()
+{
+    std::uint64_t n = due();
+    if (count > 0)
+        n = std::min(n, count - sent);
+    for (std::uint64_t i = 0; i < n; ++i)
+        outputWrapper->sendMessage(zel::ByteStreamMessage { type, makeSequencedData(sent++, size) });
+    sentSincePacing += n;
+    if (finished())
+        disableIdleProcessing();
+}
+
+bool Generator::start(QString const& streamName)
+{
+    StreamProcessor::start(streamName);
+    schedule();
+    return true;
+}
+
+bool Generator::stop(QString const& streamName)
+{
+    StreamProcessor::stop(streamName);
+    schedule();
+    return true;
+}
+
+bool Generator::setParameter(QString const& name, QString const& value)
+{
+    std::uint64_t number = 0;
+    if (name == QLatin1String("type") && !value.isEmpty())
+        type = value.toUtf8();
+    else if (name == QLatin1String("rate") && parseCount(value, number))
+        rate = number;
+    else if (name == QLatin1String("count") && parseCount(value, number))
+        count = number;
+    else if (name == QLatin1String("size") && parseCount(value, number) && number >= sequenceSize && number <= (64u << 20))
+        size = static_cast<int>(number);
+    else
+        return false;
+    schedule();
+    return true;
+}
+
+bool Generator::getParameter(QString const& name, QString& value)
+{
+    if (name == QLatin1String("rate"))
+        value = QString::number(rate);
+    else if (name == QLatin1String("size"))
+        value = QString::number(size);
+    else if (name == QLatin1String("type"))
+        value = QString::fromUtf8(type);
+    else if (name == QLatin1String("count"))
+        value = QString::number(count);
+    else if (name == QLatin1String("sent"))
+        value = QString::number(sent);
+    else
+        return false;
+    return true;
+}
+
+bool Generator::getParameterList(QStringList& names)
+{
+    names << QStringLiteral("rate") << QStringLiteral("size") << QStringLiteral("type") << QStringLiteral("count")
+          << QStringLiteral("sent");
+    return true;
+}
+
+} // namespace demo

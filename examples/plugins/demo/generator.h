@@ -1,0 +1,46 @@
+#pragma once
+
+#include <zel/streamprocessor.h>
+
+#include <QElapsedTimer>
+
+#include <cstdint>
+
+namespace demo {
+
+// Publishes sequenced messages on its stream while it runs. Parameters: rate (messages per second,
+// 0 as fast as it can), size (bytes of data, at least 8), type (the type frame, default the stream
+// name), count (stop after this many, 0 for no limit). Start and Stop run and pause it.
+class Generator : public zel::StreamProcessor
+{
+public:
+    Generator(zelmsg::Processor const& configuration, std::string const& processorName, std::string const& groupName,
+              std::string const& addressPrefix);
+
+    bool initialize() override;
+
+protected:
+    void handleMessage(zel::ByteStreamMessage& message, zel::ZmqByteStreamInSocket* socket) override;
+    void doIdleProcessing() override;
+    bool start(QString const& streamName) override;
+    bool stop(QString const& streamName) override;
+    bool setParameter(QString const& name, QString const& value) override;
+    bool getParameter(QString const& name, QString& value) override;
+    bool getParameterList(QStringList& names) override;
+
+private:
+    bool finished() const { return count > 0 && sent >= count; }
+    // Restarts the pacing and picks the idle period that fits the rate.
+    void schedule();
+    std::uint64_t due() const;
+
+    std::uint64_t rate = 10;
+    int size = 64;
+    QByteArray type;
+    std::uint64_t count = 0;
+    std::uint64_t sent = 0;
+    std::uint64_t sentSincePacing = 0;
+    QElapsedTimer pacing;
+};
+
+} // namespace demo

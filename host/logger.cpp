@@ -1,0 +1,7 @@
+#include <zel/host/logger.h>
+
+namespace RECORDMODEL {
+
+Logger::~Logger() = default;
+
+} // namespace RECORDMODEL

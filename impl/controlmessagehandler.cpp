@@ -1,0 +1,7 @@
+#include <zel/controlmessagehandler.h>
+
+namespace zel {
+
+ControlMessageHandler::~ControlMessageHandler() = default;
+
+} // namespace zel

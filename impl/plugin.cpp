@@ -1,0 +1,7 @@
+#include <zel/plugin.h>
+
+namespace zel {
+
+ProcessorBase* Plugin::createProcessor(ProcessorInfo const&) { return nullptr; }
+
+} // namespace zel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <zel/zel_export.h>
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#define ZEL_PLUGIN_IID "Tarvo.ZELPlugins"
+
+namespace zel {
+class Plugin;
+}
+Q_DECLARE_INTERFACE(zel::Plugin, ZEL_PLUGIN_IID)
+
+namespace zel {
+
+class ProcessorBase;
+struct ProcessorInfo;
+
+// A factory of processors, and the interface of a plug-in file ("Tarvo.ZELPlugins").
+// createProcessor runs on the thread of the group that makes the processor, possibly on several
+// groups' threads at once.
+class ZEL_EXPORT Plugin : public QObject
+{
+    Q_OBJECT
+    Q_INTERFACES(zel::Plugin)
+
+public:
+    // The plug-in's name: the text before the dot in a processor type.
+    virtual QString getName() const = 0;
+    // The processor types it offers, by their short names.
+    virtual QStringList getProcessorTypes() const = 0;
+    // A new processor the caller owns, or null for a type it does not make.
+    virtual ProcessorBase* createProcessor(ProcessorInfo const& info);
+};
+
+} // namespace zel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <zel/plugin.h>
+#include <zel/zel_export.h>
+
+#include <QList>
+#include <QString>
+
+#include <mutex>
+
+namespace zel {
+
+class ProcessorBase;
+struct ProcessorInfo;
+
+// Finds or loads the plug-in for a processor type and asks it for a processor. Shared by all
+// groups: any thread may call it; a mutex guards the list, which loads extend. A type is bare
+// ("Relay": the first plug-in listing it) or dotted ("demo.Relay": the plug-in named demo, loaded
+// from demo.dll beside the application when not known yet).
+class ZEL_EXPORT PluginManager
+{
+public:
+    PluginManager();
+    virtual ~PluginManager();
+
+    PluginManager(PluginManager const&) = delete;
+    PluginManager& operator=(PluginManager const&) = delete;
+
+    // False for null and for a name that is known already. The caller keeps ownership.
+    bool registerPlugin(Plugin* plugin);
+    Plugin* getPlugin(QString const& processorType) const;
+    QList<Plugin*> const getPlugins() const;
+    // A new processor the caller owns, or null when no plug-in makes the type. A processor
+    // constructor's exception passes through.
+    ProcessorBase* createProcessor(ProcessorInfo const& info) const;
+
+private:
+    Plugin* findPlugin(QString name) const;
+    Plugin* loadPlugin(QString const& name) const;
+
+    mutable std::mutex mutex;
+    mutable QList<Plugin*> plugins; // the first, the BasePlugin, is owned; loaded ones belong to Qt's loader
+};
+
+} // namespace zel

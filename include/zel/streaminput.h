@@ -1,0 +1,55 @@
+#pragma once
+
+#include <zel/bytestreammessage.h>
+#include <zel/inputclient.h>
+#include <zel/messagehandler.h>
+#include <zel/socketreader.h>
+#include <zel/zel_export.h>
+#include <zel/zelmsg/processor.h>
+#include <zel/zmqbytestreamsockettemplate.h>
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <memory>
+
+namespace zel {
+
+// The input of a bridge: a SUB socket connected by Connect, with the filters that Start and Stop
+// act on. Filters subscribed through subscribe are listed; the catch-all subscription of an empty
+// filter list, and what the owner subscribes directly, are not, and stay until the socket closes.
+// Used on the owning processor's thread only.
+class ZEL_EXPORT StreamInput
+{
+public:
+    // Creates the socket and its input client, and adds the socket to the reader.
+    void create(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader,
+                int receiveHighWaterMark = -1);
+    void release();
+
+    // A source new to the configuration is connected; the filters are merged into it, and the new
+    // ones subscribed (an empty list subscribes everything).
+    void connect(zelmsg::Processor& configuration, QString const& address, QVector<QString> const& filters);
+    // An empty name acts on every filter ever subscribed.
+    void start(QString const& name);
+    void stop(QString const& name);
+    // Subscribes bytes directly, unlisted.
+    void subscribeDirectly(QByteArray const& prefix);
+
+    // Takes one message if the last poll showed one.
+    void serve(SocketReader& reader);
+    bool hasEvents(SocketReader& reader) const { return reader.getEvents(index) != 0; }
+
+private:
+    void subscribe(QString const& name);
+    void unsubscribe(QString const& name);
+
+    std::unique_ptr<zmq::socket_t> socket;
+    std::unique_ptr<InputClient> client;
+    int index = -1;
+    QStringList knownFilters;
+    QStringList subscribedFilters;
+};
+
+} // namespace zel

@@ -1,0 +1,787 @@
+#pragma once
+
+// The field engine of the zelmsg records: every operation of the family written once over a record's field
+// table (see zel/zelmsg/recordfields.h). A record's .cpp expands its table with ZELMSG_DEFINE_RECORD and adds
+// what really differs between records: HasData and the enumerations' names.
+
+#include "binaryreader.h"
+#include "lengthslot.h"
+
+#include <zel/host/irmobject.h>
+#include <zel/host/logger.h>
+#include <zel/host/recordexceptions.h>
+
+#include <QBitArray>
+#include <QCoreApplication>
+#include <QDataStream>
+#include <QSharedData>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+
+#include <type_traits>
+#include <utility>
+
+namespace zelmsg {
+namespace detail {
+
+struct FieldInfo
+{
+    char const* name;
+    quint32 tag;
+    int bit;
+    bool required;
+    QStringList const& (*names)(); // enumerations only
+};
+
+enum class Kind { String, Enum, Bool, StringList, RecordList, Record };
+
+template <class T> struct IsVector : std::false_type
+{
+};
+template <class T> struct IsVector<QVector<T>> : std::true_type
+{
+};
+
+template <class T> constexpr Kind kindOf()
+{
+    if constexpr (std::is_same_v<T, QString>)
+        return Kind::String;
+    else if constexpr (std::is_same_v<T, bool>)
+        return Kind::Bool;
+    else if constexpr (std::is_enum_v<T>)
+        return Kind::Enum;
+    else if constexpr (std::is_same_v<T, QVector<QString>>)
+        return Kind::StringList;
+    else if constexpr (IsVector<T>::value)
+        return Kind::RecordList;
+    else
+        return Kind::Record;
+}
+
+template <class T> constexpr bool isList = kindOf<T>() == Kind::StringList || kindOf<T>() == Kind::RecordList;
+
+template <class M> struct MemberOf;
+template <class C, class T> struct MemberOf<T C::*>
+{
+    using type = T;
+};
+template <class M> using FieldType = typename MemberOf<M>::type;
+
+QString enumName(QStringList const& names, int value);
+QStringList translated(QStringList const& names);
+bool noneNull(QVector<QString> const& values);
+// UTF-8 from a byte array's data and size: a null array gives an empty, non-null string.
+QString fromUtf8(QByteArray const& bytes);
+QString nonNull(QString const& text);
+bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field);
+void writePresence(QDataStream& stream, QBitArray const& bits);
+void writeTaggedStrings(QDataStream& stream, QVector<QString> const& values);
+void writeStrings(QDataStream& stream, QVector<QString> const& values);
+[[noreturn]] void throwSetter(QString const& record, FieldInfo const& field);
+[[noreturn]] void throwEnum(QString const& record, FieldInfo const& field);
+[[noreturn]] void throwAppend(QString const& record, FieldInfo const& field);
+[[noreturn]] void throwCheck(QString const& record, FieldInfo const& field);
+
+template <class R> struct RecordEngine
+{
+    using Data = typename R::Data;
+
+    // Mutations go through data(), which detaches a shared private part, and iterate lists as non-const, which
+    // detaches a shared list: nothing visible through another record is ever changed, mutable state included.
+    static Data& data(R const& r) { return *r.d; }
+    static Data const* peek(R const& r) { return r.d.constData(); }
+
+    static void construct(R& r)
+    {
+        r.SetObjectName(R::GetStaticObjectName());
+        r.SetRecordId(R::id);
+    }
+
+    static void initData(R const& r)
+    {
+        if (peek(r))
+            return;
+        r.d = new Data;
+        r.ConstNoClearReset();
+        r.SetValidate(r.GetValidate());
+        r.SetLogger(r.GetLogger());
+    }
+
+    template <class T> static T defaultOf(FieldInfo const& f)
+    {
+        if constexpr (kindOf<T>() == Kind::Enum)
+            return static_cast<T>(f.required ? -1 : 0);
+        else
+            return T();
+    }
+
+    template <class E> static bool inRange(FieldInfo const& f, E value)
+    {
+        return value >= 0 && value < f.names().size();
+    }
+
+    static void assignDefaults(R const& r)
+    {
+        Data& d = data(r);
+        Data::visit([&](FieldInfo const& f, auto m) { d.*m = defaultOf<FieldType<decltype(m)>>(f); });
+    }
+
+    static void prepareItem(R const& r, RECORDMODEL::IRMObject const& item)
+    {
+        item.SetValidate(r.GetValidate());
+        item.SetLogger(r.GetLogger());
+    }
+
+    // Brings the nested records in line with this record's flag and logger, before an operation that uses them.
+    static void alignNested(R const& r)
+    {
+        r.SetValidate(r.GetValidate());
+        r.SetLogger(r.GetLogger());
+    }
+
+    template <class Apply> static void forward(R const& r, Apply const& apply)
+    {
+        if (!peek(r))
+            return;
+        Data::visit([&](FieldInfo const&, auto m) {
+            using T = FieldType<decltype(m)>;
+            if constexpr (kindOf<T>() == Kind::Record)
+                apply(data(r).*m);
+            else if constexpr (kindOf<T>() == Kind::RecordList)
+                for (auto& item : data(r).*m)
+                    apply(item);
+        });
+    }
+
+    // Per-field operations.
+
+    static bool isSet(R const& r, int bit)
+    {
+        Data const* d = peek(r);
+        return d && d->bits.testBit(bit);
+    }
+
+    template <class T> static T const& get(R const& r, T Data::*m)
+    {
+        initData(r);
+        return data(r).*m;
+    }
+
+    template <class T> static T& getForWrite(R& r, FieldInfo const& f, T Data::*m)
+    {
+        initData(r);
+        data(r).bits.setBit(f.bit);
+        return data(r).*m;
+    }
+
+    template <class T, class V> static void assign(R& r, FieldInfo const& f, T Data::*m, V&& value)
+    {
+        initData(r);
+        if (r.GetValidate())
+            refuseInvalid<T>(r, f, value);
+        Data& d = data(r);
+        d.*m = std::forward<V>(value);
+        d.bits.setBit(f.bit);
+    }
+
+    template <class T> static void append(R& r, FieldInfo const& f, QVector<T> Data::*m, T const& item)
+    {
+        initData(r);
+        if (r.GetValidate() && !isGoodItem(r, item))
+            throwAppend(r.GetObjectName(), f);
+        Data& d = data(r);
+        (d.*m).append(item);
+        d.bits.setBit(f.bit);
+    }
+
+    template <class T> static void resetField(R& r, FieldInfo const& f, T Data::*m)
+    {
+        if (!peek(r))
+            return;
+        Data& d = data(r);
+        d.bits.clearBit(f.bit);
+        d.*m = defaultOf<T>(f);
+    }
+
+    // Record-level operations.
+
+    static void reset(R& r)
+    {
+        if (!peek(r))
+            return;
+        data(r).bits.fill(false);
+        r.ConstNoClearReset();
+    }
+
+    static void resetToDefault(R& r)
+    {
+        bool const existed = peek(r);
+        initData(r);
+        if (existed)
+            r.Reset();
+        Data& d = data(r);
+        Data::visit([&](FieldInfo const& f, auto m) {
+            using T = FieldType<decltype(m)>;
+            if constexpr (kindOf<T>() == Kind::Enum)
+                if (inRange(f, defaultOf<T>(f)))
+                    d.bits.setBit(f.bit);
+        });
+    }
+
+    static bool anyData(R const& r)
+    {
+        Data const* d = peek(r);
+        if (!d)
+            return false;
+        bool any = false;
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (any)
+                return;
+            using T = FieldType<decltype(m)>;
+            if constexpr (kindOf<T>() == Kind::String)
+                any = !(d->*m).isNull();
+            else if constexpr (isList<T>)
+                any = !(d->*m).isEmpty();
+            else if constexpr (kindOf<T>() == Kind::Record)
+                any = (d->*m).AnyData();
+            else
+                any = d->bits.testBit(f.bit);
+        });
+        return any;
+    }
+
+    static void check(R const& r, bool deep)
+    {
+        alignNested(r);
+        initData(r);
+        Data& d = data(r);
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (d.bits.testBit(f.bit))
+                checkValue(r, f, d.*m, deep);
+            else if (f.required)
+                throwCheck(r.GetObjectName(), f);
+        });
+    }
+
+    // An unset field equals only an unset one; an unset list counts as empty.
+    static bool equal(R const& a, R const& b)
+    {
+        Data const* x = peek(a);
+        Data const* y = peek(b);
+        if (!x)
+            std::swap(x, y);
+        if (!x)
+            return true;
+        bool same = true;
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (!same)
+                return;
+            if constexpr (isList<FieldType<decltype(m)>>) {
+                same = y ? x->*m == y->*m : (x->*m).isEmpty();
+            } else {
+                bool const inX = x->bits.testBit(f.bit);
+                same = inX == (y && y->bits.testBit(f.bit)) && (!inX || x->*m == y->*m);
+            }
+        });
+        return same;
+    }
+
+    // XML.
+
+    static bool getXml(R const& r, QXmlStreamWriter& writer)
+    {
+        Data& d = prepareWrite(r);
+        writer.writeStartElement(r.GetObjectName());
+        forWrittenFields(d, [&](FieldInfo const& f, auto& value) { writeXml(writer, f, value); });
+        writer.writeEndElement();
+        return true;
+    }
+
+    // Nested records are already in line here (from InitData, and from SetValidate when a read begins); aligning
+    // them again for every child would make reading a long list quadratic.
+    static void processStartElement(R& r, QXmlStreamReader& reader)
+    {
+        QStringRef const name = reader.name();
+        initData(r);
+        bool const known = readField([&](FieldInfo const& f) { return name == fieldName(f); },
+            [&](FieldInfo const& f, auto m) { readXml(r, f, m, reader); });
+        if (!known)
+            reader.skipCurrentElement();
+    }
+
+    // Tagged binary form.
+
+    static bool getBinary(R const& r, QDataStream& stream, int tag, bool writeId)
+    {
+        Data& d = prepareWrite(r);
+        if (writeId)
+            stream << qint32(tag);
+        LengthSlot body(stream);
+        forWrittenFields(d, [&](FieldInfo const& f, auto& value) { writeTagged(stream, f, value); });
+        body.close();
+        return true;
+    }
+
+    static void setBinary(R& r, QDataStream& stream, int length)
+    {
+        alignNested(r);
+        initData(r);
+        BinaryReader in(stream, r.GetObjectName(), "SetBinary");
+        qint64 remaining = length;
+        while (remaining > 0 && !in.atEnd()) {
+            quint32 const tag = in.readTag();
+            qint32 const fieldLength = in.readInt();
+            remaining -= 8 + qint64(fieldLength);
+            readTaggedField(r, in, tag, fieldLength);
+        }
+        if (remaining != 0)
+            in.fail();
+    }
+
+    // Positional binary form.
+
+    static void writePositional(R const& r, QDataStream& stream)
+    {
+        initData(r);
+        Data& d = data(r);
+        writePresence(stream, d.bits);
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (f.required || d.bits.testBit(f.bit))
+                writePositionalValue(stream, d.*m);
+        });
+    }
+
+    static void readPositional(R& r, QDataStream& stream)
+    {
+        initData(r);
+        BinaryReader in(stream, r.GetObjectName(), "SetVersionSpecificBinaryWithoutValidation");
+        in.readPresence(data(r).bits);
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (f.required || data(r).bits.testBit(f.bit))
+                readPositionalValue(r, in, f, m);
+        });
+    }
+
+private:
+    static QString const& fieldName(FieldInfo const& f)
+    {
+        static QVector<QString> const names = [] {
+            QVector<QString> all(Data::bitCount);
+            Data::visit([&](FieldInfo const& field, auto) { all[field.bit] = QString::fromLatin1(field.name); });
+            return all;
+        }();
+        return names.at(f.bit);
+    }
+
+    // Before a record is written: nested records in line, and with validation a Check that throws before
+    // anything is written.
+    static Data& prepareWrite(R const& r)
+    {
+        alignNested(r);
+        if (r.GetValidate())
+            r.Check();
+        initData(r);
+        return data(r);
+    }
+
+    template <class Write> static void forWrittenFields(Data& d, Write const& write)
+    {
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (isWritten(d, f, d.*m))
+                write(f, d.*m);
+        });
+    }
+
+    // Reads the first field that `matches`; false when there is none.
+    template <class Match, class Read> static bool readField(Match const& matches, Read const& read)
+    {
+        bool known = false;
+        Data::visit([&](FieldInfo const& f, auto m) {
+            if (known || !matches(f))
+                return;
+            known = true;
+            read(f, m);
+        });
+        return known;
+    }
+
+    // Appends a new list item filled by `fill`; a record item first takes this record's flag and logger.
+    template <class T, class Fill>
+    static void appendNew(R& r, FieldInfo const& f, QVector<T> Data::*m, Fill const& fill)
+    {
+        T item;
+        if constexpr (!std::is_same_v<T, QString>)
+            prepareItem(r, item);
+        fill(item);
+        append(r, f, m, item);
+    }
+
+    // Appends `count` items of a counted list, with room reserved first. The room grows geometrically, so that a
+    // list field that comes many times stays linear.
+    template <class T, class Fill>
+    static void appendEach(R& r, FieldInfo const& f, QVector<T> Data::*m, int count, Fill const& fill)
+    {
+        QVector<T>& list = data(r).*m;
+        int const needed = list.size() + count;
+        if (needed > list.capacity())
+            list.reserve(qMax(needed, 2 * list.capacity()));
+        for (int i = 0; i < count; ++i)
+            appendNew(r, f, m, fill);
+    }
+
+    static bool isGoodItem(R const& r, QString const& item) { return r.IsValid(item); }
+    static bool isGoodItem(R const&, RECORDMODEL::IRMObject const& item) { return item.HasData(); }
+
+    template <class T> static void refuseInvalid(R const& r, FieldInfo const& f, T const& value)
+    {
+        if constexpr (kindOf<T>() == Kind::String) {
+            if (value.isNull())
+                throwSetter(r.GetObjectName(), f);
+        } else if constexpr (kindOf<T>() == Kind::Enum) {
+            if (!inRange(f, value))
+                throwEnum(R::GetStaticObjectName(), f);
+        }
+    }
+
+    template <class T> static void checkValue(R const& r, FieldInfo const& f, T& value, bool deep)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::String) {
+            if (value.isNull())
+                throwCheck(r.GetObjectName(), f);
+        } else if constexpr (kind == Kind::Enum) {
+            if (!inRange(f, value))
+                throwCheck(r.GetObjectName(), f);
+        } else if constexpr (kind == Kind::StringList) {
+            if (!noneNull(value))
+                throwCheck(r.GetObjectName(), f);
+        } else if constexpr (kind == Kind::RecordList) {
+            for (auto& item : value)
+                item.Check(deep);
+        } else if constexpr (kind == Kind::Record) {
+            value.Check(deep);
+        }
+    }
+
+    template <class T> static bool isWritten(Data const& d, FieldInfo const& f, T const& value)
+    {
+        if constexpr (isList<T>)
+            return !value.isEmpty();
+        else
+            return f.required || d.bits.testBit(f.bit);
+    }
+
+    template <class T> static void writeXml(QXmlStreamWriter& writer, FieldInfo const& f, T& value)
+    {
+        constexpr Kind kind = kindOf<T>();
+        QString const& name = fieldName(f);
+        if constexpr (kind == Kind::String)
+            writer.writeTextElement(name, value);
+        else if constexpr (kind == Kind::Enum)
+            writer.writeTextElement(name, enumName(f.names(), value));
+        else if constexpr (kind == Kind::Bool)
+            writer.writeTextElement(name, value ? QStringLiteral("true") : QStringLiteral("false"));
+        else if constexpr (kind == Kind::StringList)
+            for (QString const& entry : qAsConst(value))
+                writer.writeTextElement(name, entry);
+        else if constexpr (kind == Kind::RecordList)
+            for (auto& item : value)
+                item.GetXml(writer);
+        else
+            value.GetXml(writer);
+    }
+
+    template <class T> static void readXml(R& r, FieldInfo const& f, T Data::*m, QXmlStreamReader& reader)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::String) {
+            assign(r, f, m, nonNull(r.GetTextValue(reader)));
+        } else if constexpr (kind == Kind::Enum) {
+            assign(r, f, m, static_cast<T>(f.names().indexOf(r.GetTextValue(reader))));
+        } else if constexpr (kind == Kind::Bool) {
+            assign(r, f, m, readXmlBool(r.GetTextValue(reader), r.GetValidate(), r.GetObjectName(), f));
+        } else if constexpr (kind == Kind::StringList) {
+            append(r, f, m, r.GetTextValue(reader));
+        } else if constexpr (kind == Kind::RecordList) {
+            appendNew(r, f, m, [&](auto& item) { item.ProcessXml(reader); });
+        } else {
+            (data(r).*m).ProcessXml(reader);
+            data(r).bits.setBit(f.bit);
+        }
+    }
+
+    template <class T> static void writeTagged(QDataStream& stream, FieldInfo const& f, T& value)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::Record) {
+            // The field head doubles as the nested record's tag and length.
+            value.GetBinary(stream, static_cast<qint32>(f.tag), true);
+            return;
+        } else {
+            stream << static_cast<qint32>(f.tag);
+            LengthSlot slot(stream);
+            if constexpr (kind == Kind::String)
+                stream << value.toUtf8();
+            else if constexpr (kind == Kind::Enum)
+                stream << enumName(f.names(), value).toUtf8();
+            else if constexpr (kind == Kind::Bool)
+                stream << value;
+            else if constexpr (kind == Kind::StringList)
+                writeTaggedStrings(stream, value);
+            else
+                writeTaggedRecords(stream, f, value);
+            slot.close();
+        }
+    }
+
+    template <class T> static void writeTaggedRecords(QDataStream& stream, FieldInfo const& f, QVector<T>& items)
+    {
+        stream << qint32(items.size());
+        for (T& item : items)
+            item.GetBinary(stream, static_cast<qint32>(f.tag), false);
+    }
+
+    static void readTaggedField(R& r, BinaryReader& in, quint32 tag, qint32 fieldLength)
+    {
+        bool const known = readField([tag](FieldInfo const& f) { return f.tag == tag; },
+            [&](FieldInfo const& f, auto m) { readTaggedValue(r, in, f, m, fieldLength); });
+        if (!known)
+            r.skipCurrentElement(in.stream(), fieldLength, static_cast<qint32>(tag));
+    }
+
+    template <class T>
+    static void readTaggedValue(R& r, BinaryReader& in, FieldInfo const& f, T Data::*m, qint32 fieldLength)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::String) {
+            assign(r, f, m, fromUtf8(in.readBytes()));
+        } else if constexpr (kind == Kind::Enum) {
+            assign(r, f, m, static_cast<T>(f.names().indexOf(fromUtf8(in.readBytes()))));
+        } else if constexpr (kind == Kind::Bool) {
+            assign(r, f, m, in.readBool());
+        } else if constexpr (kind == Kind::Record) {
+            (data(r).*m).SetBinary(in.stream(), fieldLength);
+            data(r).bits.setBit(f.bit);
+        } else if constexpr (kind == Kind::StringList) {
+            appendEach(r, f, m, in.readCount(8), [&](QString& item) {
+                in.readInt(); // the element's length says nothing the byte array does not
+                item = fromUtf8(in.readBytes());
+            });
+        } else {
+            appendEach(r, f, m, in.readCount(4), [&](auto& item) {
+                qint32 const length = in.readInt();
+                item.SetBinary(in.stream(), length);
+            });
+        }
+    }
+
+    template <class T> static void writePositionalValue(QDataStream& stream, T& value)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::Enum) {
+            stream << qint8(value);
+        } else if constexpr (kind == Kind::StringList) {
+            writeStrings(stream, value);
+        } else if constexpr (kind == Kind::RecordList) {
+            stream << qint32(value.size());
+            for (auto& item : value)
+                item.GetVersionSpecificBinaryWithoutValidation(stream);
+        } else if constexpr (kind == Kind::Record) {
+            value.GetVersionSpecificBinaryWithoutValidation(stream);
+        } else {
+            stream << value;
+        }
+    }
+
+    // Single values are stored as read, without their setters; list items still go through AppendX.
+    template <class T> static void readPositionalValue(R& r, BinaryReader& in, FieldInfo const& f, T Data::*m)
+    {
+        constexpr Kind kind = kindOf<T>();
+        if constexpr (kind == Kind::String) {
+            data(r).*m = in.readString();
+        } else if constexpr (kind == Kind::Enum) {
+            data(r).*m = static_cast<T>(in.readByte());
+        } else if constexpr (kind == Kind::Bool) {
+            data(r).*m = in.readBool();
+        } else if constexpr (kind == Kind::Record) {
+            (data(r).*m).SetVersionSpecificBinaryWithoutValidation(in.stream());
+        } else if constexpr (kind == Kind::StringList) {
+            appendEach(r, f, m, in.readCount(4), [&](QString& item) { item = in.readString(); });
+        } else {
+            appendEach(r, f, m, in.readCount(1),
+                [&](auto& item) { item.SetVersionSpecificBinaryWithoutValidation(in.stream()); });
+        }
+    }
+};
+
+} // namespace detail
+} // namespace zelmsg
+
+#define ZELMSG_ENGINE(R) ::zelmsg::detail::RecordEngine<R>
+
+// The private part, generated from the field table.
+#define ZELMSG_DATA_BIT(R, Kind, X, Tag, Presence) bit_##X,
+#define ZELMSG_DATA_INFO(R, Kind, X, Tag, Presence)                                                                    \
+    static constexpr ::zelmsg::detail::FieldInfo info_##X { #X, Tag, bit_##X, ZELMSG_REQUIRED_##Presence,              \
+        ZELMSG_NAMES_##Kind(R, X) };
+#define ZELMSG_DATA_MEMBER(R, Kind, X, Tag, Presence) ZELMSG_TYPE_##Kind(R, X) f_##X {};
+#define ZELMSG_DATA_VISIT(R, Kind, X, Tag, Presence) visitor(info_##X, &Data::f_##X);
+
+#define ZELMSG_REQUIRED_Required true
+#define ZELMSG_REQUIRED_Optional false
+
+#define ZELMSG_TYPE_String(R, X) QString
+#define ZELMSG_TYPE_Enum(R, X) R::X
+#define ZELMSG_TYPE_Bool(R, X) bool
+#define ZELMSG_TYPE_StringList(R, X) QVector<QString>
+#define ZELMSG_TYPE_RecordList(R, X) QVector<::zelmsg::X>
+#define ZELMSG_TYPE_Record(R, X) ::zelmsg::X
+
+#define ZELMSG_NAMES_Enum(R, X) &R::Get##X##s
+#define ZELMSG_NAMES_String(R, X) nullptr
+#define ZELMSG_NAMES_Bool(R, X) nullptr
+#define ZELMSG_NAMES_StringList(R, X) nullptr
+#define ZELMSG_NAMES_RecordList(R, X) nullptr
+#define ZELMSG_NAMES_Record(R, X) nullptr
+
+#define ZELMSG_DEFINE_DATA(R, FIELDS)                                                                                  \
+    struct R::Data : QSharedData                                                                                       \
+    {                                                                                                                  \
+        enum Bit { FIELDS(ZELMSG_DATA_BIT, R) bitCount };                                                              \
+        FIELDS(ZELMSG_DATA_INFO, R)                                                                                    \
+        FIELDS(ZELMSG_DATA_MEMBER, R)                                                                                  \
+        QBitArray bits { bitCount };                                                                                   \
+        template <class V> static void visit(V&& visitor) { FIELDS(ZELMSG_DATA_VISIT, R) }                             \
+    };
+
+// The per-field members, by kind.
+#define ZELMSG_DEFINE_FIELD(R, Kind, X, Tag, Presence) ZELMSG_DEFINE_##Kind(R, X)
+
+#define ZELMSG_DEFINE_SET_STATE(R, X)                                                                                  \
+    bool R::Is##X##Set() const { return ZELMSG_ENGINE(R)::isSet(*this, Data::bit_##X); }                               \
+    void R::Reset##X() { ZELMSG_ENGINE(R)::resetField(*this, Data::info_##X, &Data::f_##X); }
+
+#define ZELMSG_DEFINE_VALUE(R, X, T)                                                                                   \
+    ZELMSG_DEFINE_SET_STATE(R, X)                                                                                      \
+    T R::Get##X() const { return ZELMSG_ENGINE(R)::get(*this, &Data::f_##X); }                                         \
+    void R::Set##X(T value) { ZELMSG_ENGINE(R)::assign(*this, Data::info_##X, &Data::f_##X, std::move(value)); }
+
+#define ZELMSG_DEFINE_String(R, X)                                                                                     \
+    ZELMSG_DEFINE_VALUE(R, X, QString)                                                                                 \
+    QString R::GetDefault##X() const { return QString(); }                                                             \
+    bool R::IsValid##X(QString const& value) const { return !value.isNull(); }
+
+#define ZELMSG_DEFINE_Bool(R, X)                                                                                       \
+    ZELMSG_DEFINE_VALUE(R, X, bool)                                                                                    \
+    bool R::GetDefault##X() const { return false; }
+
+#define ZELMSG_DEFINE_Enum(R, X)                                                                                       \
+    ZELMSG_DEFINE_VALUE(R, X, R::X const&)                                                                             \
+    R::X R::GetDefault##X() const { return ZELMSG_ENGINE(R)::defaultOf<X>(Data::info_##X); }                           \
+    R::X R::GetInvalid##X() const { return static_cast<X>(-1); }                                                       \
+    bool R::IsValid##X(X const& value) const { return ZELMSG_ENGINE(R)::inRange(Data::info_##X, value); }              \
+    QString R::Get##X##AsString() const { return X##ToName(Get##X()); }                                                \
+    QString R::X##ToName(X const& value) const { return ::zelmsg::detail::enumName(Get##X##s(), value); }              \
+    R::X R::NameTo##X(QString const& name) const { return static_cast<X>(Get##X##s().indexOf(name)); }                 \
+    QStringList R::GetGUI##X##s() { return ::zelmsg::detail::translated(Get##X##s()); }
+
+// Shared by both kinds of list; T is the element type.
+#define ZELMSG_DEFINE_LIST(R, X, T)                                                                                    \
+    ZELMSG_DEFINE_SET_STATE(R, X)                                                                                      \
+    QVector<T> const& R::Get##X() const { return ZELMSG_ENGINE(R)::get(*this, &Data::f_##X); }                         \
+    QVector<T>& R::Get##X() { return ZELMSG_ENGINE(R)::getForWrite(*this, Data::info_##X, &Data::f_##X); }             \
+    void R::Set##X(QVector<T> const& value) { ZELMSG_ENGINE(R)::assign(*this, Data::info_##X, &Data::f_##X, value); }  \
+    void R::Append##X(T const& value) { ZELMSG_ENGINE(R)::append(*this, Data::info_##X, &Data::f_##X, value); }
+
+#define ZELMSG_DEFINE_StringList(R, X)                                                                                 \
+    ZELMSG_DEFINE_LIST(R, X, QString)                                                                                  \
+    QString R::GetDefault##X() const { return QString(); }                                                             \
+    bool R::IsValid##X(QVector<QString> const& value) const { return ::zelmsg::detail::noneNull(value); }              \
+    bool R::IsValid##X(QString const& value) const { return !value.isNull(); }
+
+#define ZELMSG_DEFINE_RecordList(R, X)                                                                                 \
+    ZELMSG_DEFINE_LIST(R, X, X)                                                                                        \
+    bool R::IsValid##X(QVector<X> const&) const { return true; }                                                       \
+    bool R::IsValid##X(X const&) const { return true; }
+
+#define ZELMSG_DEFINE_Record(R, X)                                                                                     \
+    ZELMSG_DEFINE_SET_STATE(R, X)                                                                                      \
+    X const& R::Get##X() const { return ZELMSG_ENGINE(R)::get(*this, &Data::f_##X); }                                  \
+    X& R::Get##X() { return ZELMSG_ENGINE(R)::getForWrite(*this, Data::info_##X, &Data::f_##X); }                      \
+    bool R::IsValid##X(X const&) const { return true; }                                                                \
+    void R::Set##X(X const& value) { ZELMSG_ENGINE(R)::assign(*this, Data::info_##X, &Data::f_##X, value); }
+
+// The whole record: private part, per-field members and record-level operations.
+#define ZELMSG_DEFINE_RECORD(R, FIELDS)                                                                                \
+    ZELMSG_DEFINE_DATA(R, FIELDS)                                                                                      \
+    FIELDS(ZELMSG_DEFINE_FIELD, R)                                                                                     \
+    R::R() { ZELMSG_ENGINE(R)::construct(*this); }                                                                     \
+    R::R(R const& other)                                                                                               \
+        : RECORDMODEL::IRMObject(other.GetObjectType())                                                                \
+        , d(other.d)                                                                                                   \
+    {                                                                                                                  \
+        ZELMSG_ENGINE(R)::construct(*this);                                                                            \
+        SetValidate(other.GetValidate());                                                                              \
+    }                                                                                                                  \
+    R& R::operator=(R const& other)                                                                                    \
+    {                                                                                                                  \
+        d = other.d;                                                                                                   \
+        return *this;                                                                                                  \
+    }                                                                                                                  \
+    R::~R() = default;                                                                                                 \
+    bool R::operator==(R const& other) const { return ZELMSG_ENGINE(R)::equal(*this, other); }                         \
+    bool R::operator!=(R const& other) const { return !(*this == other); }                                             \
+    qint64 R::GetId() { return id; }                                                                                   \
+    QString const& R::GetStaticObjectName()                                                                            \
+    {                                                                                                                  \
+        static QString const name = QStringLiteral(#R);                                                                \
+        return name;                                                                                                   \
+    }                                                                                                                  \
+    bool R::IsInitialized() const { return d.constData() != nullptr; }                                                 \
+    bool R::AnyData() const { return ZELMSG_ENGINE(R)::anyData(*this); }                                               \
+    void R::Check(bool deep) const { ZELMSG_ENGINE(R)::check(*this, deep); }                                           \
+    void R::Check() const { Check(false); }                                                                            \
+    void R::Reset() { ZELMSG_ENGINE(R)::reset(*this); }                                                                \
+    void R::ResetToDefault() { ZELMSG_ENGINE(R)::resetToDefault(*this); }                                              \
+    bool R::GetXml(QXmlStreamWriter& writer) const { return ZELMSG_ENGINE(R)::getXml(*this, writer); }                 \
+    bool R::GetBinary(QDataStream& stream, int tag, bool writeId) const                                                \
+    {                                                                                                                  \
+        return ZELMSG_ENGINE(R)::getBinary(*this, stream, tag, writeId);                                               \
+    }                                                                                                                  \
+    void R::SetBinary(QDataStream& stream, int length) { ZELMSG_ENGINE(R)::setBinary(*this, stream, length); }         \
+    void R::ProcessXml(QXmlStreamReader& reader)                                                                       \
+    {                                                                                                                  \
+        InitData();                                                                                                    \
+        RECORDMODEL::IRMObject::ProcessXml(reader);                                                                    \
+    }                                                                                                                  \
+    void R::SetValidate(bool validate) const                                                                           \
+    {                                                                                                                  \
+        RECORDMODEL::IRMObject::SetValidate(validate);                                                                 \
+        ZELMSG_ENGINE(R)::forward(                                                                                     \
+            *this, [validate](RECORDMODEL::IRMObject const& nested) { nested.SetValidate(validate); });                \
+    }                                                                                                                  \
+    void R::SetLogger(std::shared_ptr<RECORDMODEL::Logger> logger) const                                               \
+    {                                                                                                                  \
+        RECORDMODEL::IRMObject::SetLogger(logger);                                                                     \
+        ZELMSG_ENGINE(R)::forward(                                                                                     \
+            *this, [&logger](RECORDMODEL::IRMObject const& nested) { nested.SetLogger(logger); });                     \
+    }                                                                                                                  \
+    void R::SetObjectType(RECORDMODEL::ObjectTypes) { }                                                                \
+    void R::GetVersionSpecificBinaryWithoutValidation(QDataStream& stream) const                                       \
+    {                                                                                                                  \
+        ZELMSG_ENGINE(R)::writePositional(*this, stream);                                                              \
+    }                                                                                                                  \
+    void R::SetVersionSpecificBinaryWithoutValidation(QDataStream& stream)                                             \
+    {                                                                                                                  \
+        ZELMSG_ENGINE(R)::readPositional(*this, stream);                                                               \
+    }                                                                                                                  \
+    void R::ProcessXmlStartElement(QXmlStreamReader& reader) { ZELMSG_ENGINE(R)::processStartElement(*this, reader); } \
+    void R::InitData() const { ZELMSG_ENGINE(R)::initData(*this); }                                                    \
+    void R::ConstNoClearReset() const { ZELMSG_ENGINE(R)::assignDefaults(*this); }
+
+#define ZELMSG_DEFINE_TR(R)                                                                                            \
+    QString R::tr(const char* text, const char* disambiguation, int n)                                                 \
+    {                                                                                                                  \
+        return QCoreApplication::translate("zelmsg::" #R, text, disambiguation, n);                                    \
+    }                                                                                                                  \
+    QString R::trUtf8(const char* text, const char* disambiguation, int n) { return tr(text, disambiguation, n); }

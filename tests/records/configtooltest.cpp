@@ -1,0 +1,106 @@
+#include "recordtesting.h"
+
+#include <zel/configtool.h>
+
+using namespace recordtesting;
+using zel::ConfigTool;
+
+namespace {
+
+QString const in = QStringLiteral("in");
+QVector<QString> filters(std::initializer_list<char const*> names)
+{
+    QVector<QString> result;
+    for (char const* name : names)
+        result.append(QString::fromUtf8(name));
+    return result;
+}
+
+Processor withStreams(std::initializer_list<char const*> names)
+{
+    Processor config;
+    for (char const* name : names) {
+        DataStream stream;
+        stream.SetName(QString::fromUtf8(name));
+        config.AppendDataStream(stream);
+    }
+    return config;
+}
+
+} // namespace
+
+TEST(ConfigToolSources, AddSourceOncePerAddress)
+{
+    Processor config;
+    EXPECT_TRUE(ConfigTool::addDataSource(config, in));
+    EXPECT_FALSE(ConfigTool::addDataSource(config, in));
+    EXPECT_EQ(config.GetDataSource().size(), 1);
+    EXPECT_EQ(ConfigTool::indexOfDataSource(config, in), 0);
+    EXPECT_EQ(ConfigTool::indexOfDataSource(config, QStringLiteral("IN")), -1);
+    EXPECT_EQ(ConfigTool::getDataSource(config, in), &config.GetDataSource().at(0));
+    EXPECT_EQ(ConfigTool::getDataSource(config, QStringLiteral("other")), nullptr);
+}
+
+TEST(ConfigToolSources, FiltersOnlyGrowAndAnEmptyListClearsThem)
+{
+    Processor config;
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, filters({ "a" })));
+    EXPECT_TRUE(ConfigTool::getDataFilter(config, in).isEmpty());
+    ConfigTool::addDataSource(config, in);
+
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, {}));
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, filters({ "a", "a" })));
+    EXPECT_EQ(ConfigTool::getDataFilter(config, in), filters({ "a" }));
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, filters({ "a" })));
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, filters({ "b", "a" })));
+    EXPECT_EQ(ConfigTool::getDataFilter(config, in), filters({ "a", "b" }));
+
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, {}));
+    EXPECT_TRUE(ConfigTool::getDataFilter(config, in).isEmpty());
+    EXPECT_FALSE(config.GetDataSource().at(0).IsFilterSet());
+}
+
+TEST(ConfigToolStreams, FindSortAndRun)
+{
+    Processor config = withStreams({ "beta", "alpha", "Zulu" });
+    EXPECT_EQ(ConfigTool::getDataStreams(config), (QStringList { "Zulu", "alpha", "beta" }));
+    EXPECT_EQ(ConfigTool::getDataStream(config, QStringLiteral("alpha")), &config.GetDataStream().at(1));
+    EXPECT_EQ(ConfigTool::getDataStream(config, QStringLiteral("ALPHA")), nullptr);
+
+    EXPECT_TRUE(ConfigTool::setStreamRunning(config, QStringLiteral("alpha"), true));
+    EXPECT_TRUE(config.GetDataStream().at(1).GetRunning());
+    EXPECT_FALSE(ConfigTool::setStreamRunning(config, QStringLiteral("gamma"), true));
+    Processor empty;
+    EXPECT_FALSE(ConfigTool::setStreamRunning(empty, QStringLiteral("alpha"), true));
+}
+
+TEST(ConfigToolText, AddressListAndRootElement)
+{
+    EXPECT_EQ(ConfigTool::getAddressList(filters({ "a", "b" }), QStringLiteral(";")), QStringLiteral("a;b"));
+    EXPECT_EQ(ConfigTool::getAddressList({}, QStringLiteral(";")), QString());
+    EXPECT_EQ(ConfigTool::getAddressList(filters({ "", "a", "", "b" }), QStringLiteral(";")), QStringLiteral("a;;b"));
+
+    EXPECT_EQ(ConfigTool::getRootElement(QStringLiteral("<?xml version=\"1.0\"?><x:Processor xmlns:x=\"u\"/>")),
+        QStringLiteral("Processor"));
+    EXPECT_TRUE(ConfigTool::getRootElement(QStringLiteral("no element")).isNull());
+}
+
+TEST(ConfigToolResults, WriteResultTypeAndTheirTextOnly)
+{
+    ControlMessage message;
+    message.SetMessageText(QStringLiteral("from request"));
+    ConfigTool::setResultSuccess(message);
+    EXPECT_TRUE(message.IsResultTypeSet());
+    EXPECT_EQ(message.GetResultType(), ControlMessage::Success);
+    EXPECT_EQ(message.GetMessageText(), QStringLiteral("from request"));
+
+    ConfigTool::setResultSuccess(message, QString());
+    EXPECT_TRUE(message.IsParameterSet());
+    EXPECT_FALSE(message.GetParameter().isNull());
+
+    ConfigTool::setWarningMessage(message, QStringLiteral("careful"));
+    EXPECT_EQ(message.GetResultType(), ControlMessage::Warning);
+    ConfigTool::setErrorMessage(message, QStringLiteral("broken"));
+    EXPECT_EQ(message.GetResultType(), ControlMessage::Error);
+    EXPECT_EQ(message.GetMessageText(), QStringLiteral("broken"));
+}

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <zel/host/logger.h>
+#include <zel/host/recordexceptions.h>
+#include <zel/zelmsg/controlmessage.h>
+
+#include <gtest/gtest.h>
+
+#include <QByteArray>
+#include <QDataStream>
+
+#include <random>
+
+namespace recordtesting {
+
+using RECORDMODEL::BinaryParsingException;
+using RECORDMODEL::IncompleteDefinitionException;
+using RECORDMODEL::InvalidXmlException;
+using RECORDMODEL::OutOfRangeException;
+using RECORDMODEL::RecordException;
+using RECORDMODEL::RMException;
+using zelmsg::ControlMessage;
+using zelmsg::DataSource;
+using zelmsg::DataStream;
+using zelmsg::Processor;
+
+// The message of the worked examples: type Stop, stream s1.
+inline ControlMessage stopMessage()
+{
+    ControlMessage message;
+    message.SetMessageType(ControlMessage::Stop);
+    message.SetStreamName(QStringLiteral("s1"));
+    return message;
+}
+
+template <class R> QByteArray tagged(R const& record, bool writeId = true)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    record.GetBinary(stream, static_cast<qint32>(R::GetId()), writeId);
+    return bytes;
+}
+
+template <class R> QByteArray positional(R const& record)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    record.GetVersionSpecificBinaryWithoutValidation(stream);
+    return bytes;
+}
+
+// Reads the tagged form with its record tag, as GetBinary(stream, id, true) wrote it.
+template <class R> void readTagged(R& record, QByteArray const& bytes)
+{
+    QDataStream stream(bytes);
+    qint32 tag = 0;
+    qint32 length = 0;
+    stream >> tag >> length;
+    record.SetBinary(stream, length);
+}
+
+template <class R> void readPositional(R& record, QByteArray const& bytes)
+{
+    QDataStream stream(bytes);
+    record.SetVersionSpecificBinaryWithoutValidation(stream);
+}
+
+inline QByteArray hex(char const* text) { return QByteArray::fromHex(QByteArray(text).replace(' ', "")); }
+
+// Runs `action` and expects exactly exception E with `text`.
+template <class E, class Action> void expectThrow(Action&& action, QString const& text)
+{
+    try {
+        action();
+        ADD_FAILURE() << "no exception, expected: " << text.toStdString();
+    } catch (E const& e) {
+        EXPECT_EQ(e.text().toStdString(), text.toStdString());
+    } catch (RECORDMODEL::RecordException const& e) {
+        ADD_FAILURE() << "other record exception: " << e.text().toStdString();
+    }
+}
+
+// Random records of every shape, valid enough to survive all three forms unchanged.
+class RandomRecords
+{
+public:
+    explicit RandomRecords(unsigned seed)
+        : m_random(seed)
+    { }
+
+    zelmsg::ControlMessage message();
+    zelmsg::Processor processor();
+    zelmsg::DataSource source();
+    zelmsg::DataStream stream();
+    QString text();
+    int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(m_random); }
+    bool chance() { return below(2) == 0; }
+
+private:
+    QVector<QString> texts();
+
+    std::mt19937 m_random;
+};
+
+} // namespace recordtesting

@@ -1,0 +1,145 @@
+#include "support/rawpeers.h"
+
+#include <zel/socketerror.h>
+#include <zel/zmqbytestreamsockettemplate.h>
+#include <zel/zmqcontrolsockettemplate.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+
+using zeltest::Frames;
+using namespace std::string_literals;
+
+namespace {
+
+using ControlSocket = zel::ZmqControlSocketTemplate<zel::ST>;
+
+QByteArray bytes(std::string const& text) { return QByteArray(text.data(), static_cast<int>(text.size())); }
+
+// A wrapped DEALER and a raw DEALER peer: DEALERs pass frames through untouched, so the peer sees
+// exactly the frames the wrapper writes.
+class WirePair : public testing::Test
+{
+protected:
+    WirePair()
+    {
+        static std::atomic<int> next { 0 };
+        std::string address = "inproc://controlsocket-test-" + std::to_string(next++);
+        wrapped.bind(address);
+        peer.connect(address);
+    }
+
+    // The receive templates block: make sure something is there first.
+    void awaitMessage()
+    {
+        zmq::pollitem_t item { wrapped.handle(), 0, ZMQ_POLLIN, 0 };
+        if (zmq::poll(&item, 1, zeltest::defaultDeadline) != 1)
+            throw std::runtime_error("no message within the deadline");
+    }
+
+    zel::ControlMessage receive(zel::MessageFormat format, Frames const& frames)
+    {
+        zeltest::sendFrames(peer, frames);
+        awaitMessage();
+        return ControlSocket(wrapped, format).receiveMessage();
+    }
+
+    std::string receiveFailure(zel::MessageFormat format, Frames const& frames)
+    {
+        try {
+            receive(format, frames);
+        } catch (zel::SocketError const& e) {
+            return e.what();
+        }
+        return "no failure";
+    }
+
+    zmq::socket_t wrapped = zeltest::makeSocket(zmq::socket_type::dealer);
+    zmq::socket_t peer = zeltest::makeSocket(zmq::socket_type::dealer);
+};
+
+struct Layout
+{
+    int format;
+    std::string address;
+    std::string payload;
+    Frames wire;
+};
+
+} // namespace
+
+TEST_F(WirePair, EachFormatSendsAndReceivesItsFrames)
+{
+    std::string const xml = "<ControlMessage/>";
+    std::vector<Layout> const layouts {
+        { 0, "req-1", xml, { "req-1", "", xml } },
+        { 1, "svc\0"s, xml, { "", "svc\0"s, xml } },
+        { 2, "", xml, { "", xml } },
+        { 3, "topic", xml, { "topic", xml } },
+        { 4, "", xml, { xml } },
+        { 9, "", xml, { xml } }, // unknown values behave as PayloadOnly
+        // Empty address and payload still travel as zero-length frames.
+        { 0, "", "", { "", "", "" } },
+        { 3, "", "", { "", "" } },
+        { 4, "", "", { "" } },
+    };
+    for (Layout const& layout : layouts) {
+        SCOPED_TRACE("format " + std::to_string(layout.format) + " payload '" + layout.payload + "'");
+        auto const format = static_cast<zel::MessageFormat>(layout.format);
+        ControlSocket(wrapped, format).sendMessage({ bytes(layout.address), bytes(layout.payload) });
+        EXPECT_EQ(zeltest::receiveFrames(peer), layout.wire);
+
+        zel::ControlMessage const received = receive(format, layout.wire);
+        EXPECT_EQ(received.address.toStdString(), layout.address);
+        EXPECT_EQ(received.payload.toStdString(), layout.payload);
+        EXPECT_FALSE(received.payload.isNull());
+    }
+}
+
+TEST_F(WirePair, DelimiterContentIsIgnored)
+{
+    zel::ControlMessage const routerSide = receive(zel::AddressDelimiterPayload, { "req-1", "junk", "p" });
+    EXPECT_EQ(routerSide.address, "req-1");
+    EXPECT_EQ(routerSide.payload, "p");
+    zel::ControlMessage const dealerSide = receive(zel::DelimiterAddressPayload, { "junk", "svc", "p" });
+    EXPECT_EQ(dealerSide.address, "svc");
+    EXPECT_EQ(dealerSide.payload, "p");
+}
+
+TEST_F(WirePair, SurplusFrameStaysForTheNextReceive)
+{
+    zel::ControlMessage const first = receive(zel::DelimiterAddressPayload, { "", "svc", "p", "surplus" });
+    EXPECT_EQ(first.payload, "p");
+    zel::ControlMessage const next = ControlSocket(wrapped, zel::PayloadOnly).receiveMessage();
+    EXPECT_EQ(next.payload, "surplus");
+}
+
+TEST_F(WirePair, MissingFrameIsAnInvalidFormat)
+{
+    EXPECT_EQ(receiveFailure(zel::AddressDelimiterPayload, { "req-1" }), "Invalid message format");
+    EXPECT_EQ(receiveFailure(zel::DelimiterAddressPayload, { "", "svc" }), "Invalid message format");
+    EXPECT_EQ(receiveFailure(zel::AddressPayload, { "topic" }), "Invalid message format");
+    // The broken messages were consumed whole: the next one reads cleanly.
+    EXPECT_EQ(receive(zel::AddressPayload, { "topic", "p" }).payload, "p");
+}
+
+TEST_F(WirePair, ByteStreamFrames)
+{
+    zel::ZmqByteStreamOutSocket(wrapped).sendMessage({ "type", "" });
+    EXPECT_EQ(zeltest::receiveFrames(peer), (Frames { "type", "" }));
+
+    zel::ZmqByteStreamInSocket in(wrapped);
+    zeltest::sendFrames(peer, { "type", "data" });
+    awaitMessage();
+    zel::ByteStreamMessage const pair = in.receiveMessage();
+    EXPECT_EQ(pair.type, "type");
+    EXPECT_EQ(pair.data, "data");
+
+    zeltest::sendFrames(peer, { "lonely" });
+    awaitMessage();
+    zel::ByteStreamMessage const single = in.receiveMessage();
+    EXPECT_EQ(single.type, "lonely");
+    EXPECT_TRUE(single.data.isEmpty());
+}

@@ -1,0 +1,255 @@
+#include "commands.h"
+
+#include <zel/configtool.h>
+#include <zel/controlmessagehelper.h>
+#include <zel/endpoints.h>
+
+#include <QFile>
+#include <QTextStream>
+
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+using zel::ControlMessageHelper;
+using zelmsg::ControlMessage;
+
+std::string const& prefix() { return zel::internalAddressPrefixDefault; }
+std::string utf8(QString const& text) { return text.toStdString(); }
+std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(prefix()); }
+std::string groupIdentity(QString const& group) { return zel::Endpoints::getGroupEndpoint(utf8(group), prefix()); }
+std::string nameServiceIdentity(QString const& group)
+{
+    return zel::Endpoints::getNameServiceEndpoint(utf8(group), prefix());
+}
+std::string processorIdentity(QStringList const& args)
+{
+    return zel::Endpoints::getProcessorEndpoint(utf8(args[0]), utf8(args[1]), prefix());
+}
+
+void out(QString const& text) { std::printf("%s\n", qPrintable(text)); }
+void err(QString const& text) { std::fprintf(stderr, "zelctl: %s\n", qPrintable(text)); }
+
+// A printer shows a good reply the way a person wants to read it.
+using Printer = std::function<void(ControlMessage const&)>;
+
+void printNothing(ControlMessage const&) {}
+void printList(ControlMessage const& reply)
+{
+    QString const list = reply.GetParameter();
+    if (!list.isEmpty())
+        out(list.split(QLatin1Char(',')).join(QLatin1Char('\n')));
+}
+void printValue(ControlMessage const& reply) { out(reply.GetParameter()); }
+
+// Shows how an exchange ended and gives the exit code for it.
+int conclude(Invocation& call, Outcome outcome, ControlMessage const& record, Printer const& print)
+{
+    switch (outcome) {
+    case Outcome::Timeout:
+        err(QStringLiteral("no answer from %1 within %2 ms")
+                .arg(QString::fromStdString(call.client.address()))
+                .arg(call.client.timeout()));
+        return ExitTimeout;
+    case Outcome::Failure:
+        if (call.line.has(QStringLiteral("--xml")))
+            out(record.GetXmlString());
+        err(record.GetResultTypeAsString() + QStringLiteral(": ") + record.GetMessageText());
+        return ExitFailure;
+    case Outcome::Success:
+        break;
+    }
+    if (call.line.has(QStringLiteral("--xml")))
+        out(record.GetXmlString());
+    else
+        print(record);
+    return ExitSuccess;
+}
+
+int exchange(Invocation& call, std::string const& identity, ControlMessage record, Printer const& print)
+{
+    Outcome const outcome = call.client.request(identity, record);
+    return conclude(call, outcome, record, print);
+}
+
+bool readFile(QString const& path, QString& text)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    text = QString::fromUtf8(file.readAll());
+    return true;
+}
+
+// The configuration of a new processor: an XML file, or one stream with one address.
+bool processorConfig(Invocation& call, zelmsg::Processor& config)
+{
+    if (call.line.has(QStringLiteral("--config"))) {
+        QString text;
+        if (!readFile(call.line.value(QStringLiteral("--config")), text)) {
+            err(QStringLiteral("cannot read %1").arg(call.line.value(QStringLiteral("--config"))));
+            return false;
+        }
+        if (!config.SetXmlString(text, false)) {
+            err(QStringLiteral("%1 is not a processor configuration").arg(call.line.value(QStringLiteral("--config"))));
+            return false;
+        }
+        return true;
+    }
+    if (call.line.has(QStringLiteral("--stream")) != call.line.has(QStringLiteral("--stream-address"))) {
+        err(QStringLiteral("--stream and --stream-address go together"));
+        return false;
+    }
+    if (call.line.has(QStringLiteral("--stream")))
+        config = ControlMessageHelper::makeProcessorConfig(utf8(call.line.value(QStringLiteral("--stream"))),
+                                                           utf8(call.line.value(QStringLiteral("--stream-address"))));
+    return true;
+}
+
+std::vector<std::string> filters(Invocation& call)
+{
+    std::vector<std::string> result;
+    for (QString const& filter : call.line.values(QStringLiteral("--filter")))
+        result.push_back(utf8(filter));
+    return result;
+}
+
+// Where a stream lives, asked of the group's name service: "processor  address..." lines.
+void printResolved(ControlMessage const& reply)
+{
+    out(QStringLiteral("processor %1").arg(reply.GetProcessorName()));
+    for (QString const& address : reply.GetStreamAddresses())
+        out(address);
+}
+
+void printSources(ControlMessage const& reply)
+{
+    for (zelmsg::DataSource const& source : reply.GetDataSource()) {
+        QStringList const filterList = source.GetFilter().toList();
+        out(source.GetAddress() + (filterList.isEmpty() ? QStringLiteral("  (everything)")
+                                                        : QStringLiteral("  filters: ") + filterList.join(QLatin1Char(','))));
+    }
+}
+
+void printStreams(ControlMessage const& reply)
+{
+    for (zelmsg::DataStream const& stream : reply.GetDataStream())
+        out(stream.GetName() + QStringLiteral("  ") + stream.GetAddress().toList().join(QLatin1Char(' ')));
+}
+
+int connect(Invocation& call)
+{
+    QString address = call.args.value(3);
+    if (address.isEmpty()) {
+        ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(call.args[2]));
+        Outcome const outcome = call.client.request(nameServiceIdentity(call.args[0]), resolve);
+        if (outcome != Outcome::Success)
+            return conclude(call, outcome, resolve, printNothing);
+        if (resolve.GetStreamAddresses().isEmpty()) {
+            err(QStringLiteral("stream %1 is registered without an address").arg(call.args[2]));
+            return ExitFailure;
+        }
+        address = resolve.GetStreamAddresses().first();
+    }
+    return exchange(call, processorIdentity(call.args),
+                    ControlMessageHelper::makeConnectStreamMessage(utf8(call.args[2]), utf8(address), filters(call)),
+                    printNothing);
+}
+
+int send(Invocation& call)
+{
+    QString text;
+    if (!readFile(call.args[1], text)) {
+        err(QStringLiteral("cannot read %1").arg(call.args[1]));
+        return ExitUsage;
+    }
+    ControlMessage record;
+    if (!record.SetXmlString(text, false) || !record.IsMessageTypeSet()) {
+        err(QStringLiteral("%1 holds no control record").arg(call.args[1]));
+        return ExitUsage;
+    }
+    return exchange(call, utf8(call.args[0]), record, [](ControlMessage const& reply) { out(reply.GetXmlString()); });
+}
+
+std::vector<Command> makeCommands()
+{
+    QString const gp = QStringLiteral("GROUP PROCESSOR");
+    return {
+        { "groups", "", "list the groups", "", 0, 0,
+          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeQueryProcessorGroupsMessage(), printList); } },
+        { "create-group", "GROUP", "create a group", "", 1, 1,
+          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(c.args[0])), printNothing); } },
+        { "delete-group", "GROUP", "delete a group with all its processors", "", 1, 1,
+          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeDeleteProcessorGroupMessage(utf8(c.args[0])), printNothing); } },
+        { "processors", "GROUP", "list the processors of a group", "", 1, 1,
+          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeQueryProcessorsMessage(), printList); } },
+        { "create", "GROUP PROCESSOR TYPE", "create a processor",
+          "The configuration comes from --config FILE (a Processor record as XML), or is one output stream\n"
+          "given by --stream NAME --stream-address ADDRESS (e.g. tcp://127.0.0.1:*). TYPE is bare (HttpBridge)\n"
+          "or names the plug-in (demo.Generator).",
+          3, 3,
+          [](Invocation& c) {
+              zelmsg::Processor config;
+              if (!processorConfig(c, config))
+                  return int(ExitUsage);
+              return exchange(c, groupIdentity(c.args[0]),
+                              ControlMessageHelper::makeCreateProcessorMessage(utf8(c.args[2]), utf8(c.args[1]), config), printNothing);
+          } },
+        { "delete", gp, "delete a processor; returns when it has stopped", "", 2, 2,
+          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeDeleteProcessorMessage(utf8(c.args[1])), printNothing); } },
+        { "connect", gp + QStringLiteral(" STREAM [ADDRESS]"), "connect a processor's input to a stream",
+          "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
+          "subscribes the message types that begin with F; without filters everything comes in.",
+          3, 4, connect },
+        { "start", gp + QStringLiteral(" [STREAM]"), "start a processor's stream (all when none is named)", "", 2, 3,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeStartStreamMessage(utf8(c.args.value(2))), printNothing); } },
+        { "stop", gp + QStringLiteral(" [STREAM]"), "stop a processor's stream (all when none is named)", "", 2, 3,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeStopStreamMessage(utf8(c.args.value(2))), printNothing); } },
+        { "set", gp + QStringLiteral(" NAME VALUE"), "set a parameter of a processor", "", 4, 4,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeSetParameterMessage(utf8(c.args[2]), utf8(c.args[3])), printNothing); } },
+        { "get", gp + QStringLiteral(" NAME"), "print a parameter of a processor", "", 3, 3,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterMessage(utf8(c.args[2])), printValue); } },
+        { "params", gp, "list the parameters of a processor", "", 2, 2,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterListMessage(), printList); } },
+        { "set-group", "GROUP NAME VALUE", "publish a parameter to the processors of a group that take it", "", 3, 3,
+          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeSetParameterMessage(utf8(c.args[1]), utf8(c.args[2])), printNothing); } },
+        { "sources", gp, "list a processor's inputs with their filters", "", 2, 2,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeQuerySourcesMessage(), printSources); } },
+        { "streams", gp, "list a processor's streams with their addresses", "", 2, 2,
+          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeQueryStreamsMessage(), printStreams); } },
+        { "register", "GROUP STREAM PROCESSOR ADDRESS...", "register a stream at a group's name service", "", 4, -1,
+          [](Invocation& c) {
+              std::vector<std::string> addresses;
+              for (QString const& a : c.args.mid(3))
+                  addresses.push_back(utf8(a));
+              return exchange(c, nameServiceIdentity(c.args[0]),
+                              ControlMessageHelper::makeRegisterStreamMessage(utf8(c.args[1]), utf8(c.args[2]), addresses), printNothing);
+          } },
+        { "resolve", "GROUP STREAM", "print the processor and addresses of a stream", "", 2, 2,
+          [](Invocation& c) { return exchange(c, nameServiceIdentity(c.args[0]), ControlMessageHelper::makeResolveStreamMessage(utf8(c.args[1])), printResolved); } },
+        { "deregister", "GROUP STREAM", "remove a stream from a group's name service", "", 2, 2,
+          [](Invocation& c) { return exchange(c, nameServiceIdentity(c.args[0]), ControlMessageHelper::makeDeregisterStreamMessage(utf8(c.args[1])), printNothing); } },
+        { "send", "IDENTITY FILE", "send the control record in FILE (XML) to any identity and print the reply",
+          "IDENTITY is a routing name such as inproc://zel (the group manager), inproc://zel/GROUP,\n"
+          "inproc://zel/GROUP/PROCESSOR or inproc://zel/GROUP/nameservice.",
+          2, 2, send },
+    };
+}
+
+} // namespace
+
+std::vector<Command> const& commands()
+{
+    static std::vector<Command> const table = makeCommands();
+    return table;
+}
+
+Command const* findCommand(QString const& name)
+{
+    for (Command const& command : commands()) {
+        if (command.name == name)
+            return &command;
+    }
+    return nullptr;
+}

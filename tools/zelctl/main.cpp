@@ -1,0 +1,84 @@
+// zelctl [--address ADDR] [--timeout MS] [--xml] COMMAND ...: drives a running ZEL through the
+// router's frontend. Exit 0 on Success, 1 on Warning or Error, 2 on a usage error, 3 on a time-out.
+
+#include "commandline.h"
+#include "commands.h"
+#include "controlclient.h"
+
+#include <zel/endpoints.h>
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+void printHelp()
+{
+    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] COMMAND [ARGS]\n\n"
+                "Drives a running ZEL through its frontend address (default: $ZEL_ADDRESS).\n"
+                "--timeout is in milliseconds (default 4000); --xml prints the whole reply record.\n\n"
+                "commands:\n");
+    for (Command const& command : commands())
+        std::printf("  %-14s %-40s %s\n", qPrintable(command.name), qPrintable(command.usage), qPrintable(command.summary));
+    std::printf("\nzelctl COMMAND --help explains a command. Exit: 0 success, 1 warning or error, 2 usage, 3 time-out.\n");
+}
+
+void printCommandHelp(Command const& command)
+{
+    std::printf("usage: zelctl %s %s\n  %s\n", qPrintable(command.name), qPrintable(command.usage),
+                qPrintable(command.summary));
+    if (!command.details.isEmpty())
+        std::printf("\n%s\n", qPrintable(command.details));
+}
+
+int usageError(QString const& text)
+{
+    std::fprintf(stderr, "zelctl: %s (zelctl --help lists the commands)\n", qPrintable(text));
+    return ExitUsage;
+}
+
+bool argumentCountFits(Command const& command, int count)
+{
+    return count >= command.minArgs && (command.maxArgs < 0 || count <= command.maxArgs);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    CommandLine const line = CommandLine::parse(app.arguments().mid(1));
+    if (!line.error.isEmpty())
+        return usageError(line.error);
+    if (line.words.isEmpty()) {
+        printHelp();
+        return line.has(QStringLiteral("--help")) ? ExitSuccess : ExitUsage;
+    }
+    Command const* command = findCommand(line.words.first());
+    if (!command)
+        return usageError(QStringLiteral("unknown command %1").arg(line.words.first()));
+    if (line.has(QStringLiteral("--help"))) {
+        printCommandHelp(*command);
+        return ExitSuccess;
+    }
+    QStringList const args = line.words.mid(1);
+    if (!argumentCountFits(*command, args.size()))
+        return usageError(QStringLiteral("usage: zelctl %1 %2").arg(command->name, command->usage));
+    QString const address = line.value(QStringLiteral("--address"), qEnvironmentVariable("ZEL_ADDRESS"));
+    if (address.isEmpty())
+        return usageError(QStringLiteral("no address: give --address or set ZEL_ADDRESS"));
+    bool ok = true;
+    int const timeout = line.has(QStringLiteral("--timeout")) ? line.value(QStringLiteral("--timeout")).toInt(&ok)
+                                                              : zel::socketDefaultTimeout;
+    if (!ok || timeout < -1)
+        return usageError(QStringLiteral("--timeout takes milliseconds"));
+    try {
+        ControlClient client(address.toStdString(), timeout);
+        Invocation call { line, client, args };
+        return command->run(call);
+    } catch (std::exception const& e) {
+        std::fprintf(stderr, "zelctl: %s: %s\n", qPrintable(address), e.what());
+        return ExitUsage;
+    }
+}
