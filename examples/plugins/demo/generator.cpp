@@ -8,8 +8,9 @@ namespace demo {
 
 namespace {
 
-// Messages sent per idle call at most, so that control messages are never held up for long.
-constexpr std::uint64_t burst = 256;
+// What one idle call sends at most, so that control messages are never held up for long.
+constexpr std::uint64_t burstMessages = 256;
+constexpr std::uint64_t burstBytes = 256 * 1024;
 
 bool parseCount(QString const& text, std::uint64_t& value)
 {
@@ -25,7 +26,7 @@ bool parseCount(QString const& text, std::uint64_t& value)
 Generator::Generator(zelmsg::Processor const& configuration, std::string const& processorName,
                      std::string const& groupName, std::string const& addressPrefix)
     : StreamProcessor(configuration, processorName, groupName, addressPrefix),
-      type(QByteArray::fromStdString(getDataStreamName()))
+      type(QByteArray::fromStdString(getDataStreamName())), pattern(makePattern(size))
 {
 }
 
@@ -50,6 +51,7 @@ void Generator::schedule()
 
 std::uint64_t Generator::due() const
 {
+    std::uint64_t const burst = std::clamp<std::uint64_t>(burstBytes / static_cast<std::uint64_t>(size), 1, burstMessages);
     if (rate == 0)
         return burst;
     std::uint64_t const expected = static_cast<std::uint64_t>(pacing.elapsed()) * rate / 1000;
@@ -62,7 +64,7 @@ void Generator::doIdleProcessing()
     if (count > 0)
         n = std::min(n, count - sent);
     for (std::uint64_t i = 0; i < n; ++i)
-        outputWrapper->sendMessage(zel::ByteStreamMessage { type, makeSequencedData(sent++, size) });
+        outputWrapper->sendMessage(zel::ByteStreamMessage { type, makeSequencedData(pattern, sent++) });
     sentSincePacing += n;
     if (finished())
         disableIdleProcessing();
@@ -95,6 +97,7 @@ bool Generator::setParameter(QString const& name, QString const& value)
         size = static_cast<int>(number);
     else
         return false;
+    pattern = makePattern(size);
     schedule();
     return true;
 }

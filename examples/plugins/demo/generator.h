@@ -37,6 +37,7 @@ private:
     std::uint64_t rate = 10;
     int size = 64;
     QByteArray type;
+    QByteArray pattern;
     std::uint64_t count = 0;
     std::uint64_t sent = 0;
     std::uint64_t sentSincePacing = 0;

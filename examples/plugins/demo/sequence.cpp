@@ -4,12 +4,18 @@
 
 namespace demo {
 
-QByteArray makeSequencedData(std::uint64_t sequence, int size)
+QByteArray makePattern(int size)
 {
-    QByteArray data(size, Qt::Uninitialized);
-    qToBigEndian(static_cast<quint64>(sequence), data.data());
+    QByteArray pattern(size, '\0');
     for (int i = sequenceSize; i < size; ++i)
-        data[i] = static_cast<char>('a' + i % 26);
+        pattern[i] = static_cast<char>('a' + i % 26);
+    return pattern;
+}
+
+QByteArray makeSequencedData(QByteArray const& pattern, std::uint64_t sequence)
+{
+    QByteArray data(pattern.constData(), pattern.size());
+    qToBigEndian(static_cast<quint64>(sequence), data.data());
     return data;
 }
 
