@@ -81,6 +81,7 @@ step "Stop: the Generator pauses, nothing more arrives"
 run stop demo generator
 sleep 0.3
 before=$(counter count)
+last=$before
 watch_flow 1
 after=$(counter count)
 [ "$before" = "$after" ] && echo "   nothing arrived while stopped ($after messages)"
