@@ -15,27 +15,20 @@ using zel::Context;
 
 TEST(ContextLifecycle, FirstUseFromAnyThreadSetsTheOptions)
 {
-    auto const options = std::async(std::launch::async, [] {
-        std::shared_ptr<zmq::context_t> const context = Context::getZMQContext();
-        return std::make_pair(
-            zmq_ctx_get(context->handle(), ZMQ_IO_THREADS), zmq_ctx_get(context->handle(), ZMQ_MAX_SOCKETS));
-    }).get();
-    EXPECT_EQ(options.first, 1);
-    EXPECT_EQ(options.second, 4095);
-    EXPECT_EQ(Context::getZMQContext(), Context::getZMQContext());
+    auto const context = std::async(std::launch::async, [] { return Context::getZMQContext(); }).get();
+    EXPECT_EQ(zmq_ctx_get(context->handle(), ZMQ_IO_THREADS), 1);
+    EXPECT_EQ(zmq_ctx_get(context->handle(), ZMQ_MAX_SOCKETS), 4095);
+    EXPECT_EQ(Context::getZMQContext(), context);
 }
 
 TEST(ContextLifecycle, ResetIsFinalAndHarmlessTwice)
 {
     std::weak_ptr<zmq::context_t> const before = Context::getZMQContext();
     Context::reset();
-    EXPECT_EQ(Context::getZMQContext(), nullptr);
     EXPECT_TRUE(before.expired()) << "the singleton held the only lasting reference";
-
     Context::reset();
     Context::Instance().aboutToTerminate();
     EXPECT_EQ(Context::getZMQContext(), nullptr);
-
     try {
         (void)Context::createSocket(zmq::socket_type::pair);
         ADD_FAILURE() << "a socket without a context";
@@ -54,7 +47,6 @@ TEST(ContextLifecycle, ThreadObjectAfterResetFailsBeforeItsThreadStarts)
     } catch (zel::SocketError const& e) {
         EXPECT_STREQ(e.what(), zmq_strerror(ETERM));
     }
-    EXPECT_EQ(journal->initializeCalls, 0);
-    EXPECT_EQ(journal->releaseCalls, 0);
+    EXPECT_EQ(journal->initializeCalls + journal->releaseCalls, 0);
     EXPECT_EQ(journal->destroyed, 1);
 }

@@ -13,6 +13,11 @@ namespace {
 
 QString const executeFailed = QStringLiteral("Caught unknown exception in EnvironmentDll::Execute");
 
+struct InstanceDeleter
+{
+    void operator()(zel::IDllInstance* instance) const { HXDestroy(instance); }
+};
+
 // Configurations in a folder of their own; each test leaves no environment behind.
 class ModuleEntry : public testing::Test
 {
@@ -21,13 +26,14 @@ protected:
 
     void TearDown() override
     {
+        instance.reset();
         qunsetenv("ZEL_CONFIG_DIR");
         EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
-    void writeConfiguration(QByteArray const& content, QString const& name = QStringLiteral("zeltest"))
+    void writeConfiguration(QByteArray const& content)
     {
-        QFile file(dir.filePath(name + QStringLiteral(".ini")));
+        QFile file(dir.filePath(QStringLiteral("zeltest.ini")));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write(content);
     }
@@ -37,101 +43,60 @@ protected:
         writeConfiguration("EnvironmentAddress=" + QByteArray::fromStdString(address) + "\n");
     }
 
+    // Execute fails, and its last trace says so.
+    void expectExecuteFails()
+    {
+        zeltest::TraceCapture traces;
+        EXPECT_FALSE(instance->Execute());
+        ASSERT_FALSE(traces.texts().isEmpty());
+        EXPECT_EQ(traces.texts().last(), executeFailed);
+    }
+
     QTemporaryDir dir;
+    std::unique_ptr<zel::IDllInstance, InstanceDeleter> instance { HXCreate(L"zeltest") };
 };
-
-struct InstanceDeleter
-{
-    void operator()(zel::IDllInstance* instance) const { HXDestroy(instance); }
-};
-using Instance = std::unique_ptr<zel::IDllInstance, InstanceDeleter>;
-
-Instance create() { return Instance(HXCreate(L"zeltest")); }
 
 } // namespace
 
-TEST_F(ModuleEntry, CreateAndDestroyStartNothing)
+TEST_F(ModuleEntry, CreateStartsNothingAndWithoutConfigurationNeitherDoesExecute)
 {
     HXDestroy(nullptr);
-    Instance instance = create();
     ASSERT_TRUE(instance);
     EXPECT_EQ(instance->getInstanceName(), QStringLiteral("zeltest"));
     EXPECT_TRUE(zeltest::internalRouterEndpointFree());
-}
 
-TEST_F(ModuleEntry, ExecuteIsFalseAndTheConfiguredFrontendAnswers)
-{
-    std::string const address = "tcp://127.0.0.1:" + std::to_string(zeltest::freeLoopbackPort());
-    configureAddress(address);
-    Instance instance = create();
-    zeltest::TraceCapture traces;
-    EXPECT_FALSE(instance->Execute());
-    EXPECT_EQ(traces.count(), 0);
-    EXPECT_TRUE(zeltest::roundTrip(address, "inproc://zel/g1"));
-    instance->Shutdown();
-}
-
-TEST_F(ModuleEntry, WithoutTheKeyTheFrontendIsTheDefaultInprocAddress)
-{
-    writeConfiguration("Unrelated=1\n");
-    Instance instance = create();
-    EXPECT_FALSE(instance->Execute());
-    EXPECT_TRUE(zeltest::roundTrip("inproc://zel/__router__external__", "inproc://zel/g1"));
-}
-
-TEST_F(ModuleEntry, WithoutConfigurationNothingStarts)
-{
-    Instance instance = create();
     zeltest::TraceCapture traces;
     EXPECT_FALSE(instance->Execute());
     EXPECT_EQ(traces.texts(), QStringList { QStringLiteral("Invalid configuration of EnvironmentDll") });
     EXPECT_TRUE(zeltest::internalRouterEndpointFree());
 }
 
-TEST_F(ModuleEntry, ShutdownTwiceThenExecuteAgain)
-{
-    configureAddress("inproc://moduleentry-test");
-    Instance instance = create();
-    instance->Execute();
-    EXPECT_TRUE(zeltest::roundTrip("inproc://moduleentry-test", "inproc://zel/g1"));
-    instance->Shutdown();
-    EXPECT_TRUE(zeltest::waitForNoRouter());
-    instance->Shutdown();
-
-    instance->Execute();
-    EXPECT_TRUE(zeltest::roundTrip("inproc://moduleentry-test", "inproc://zel/g1"));
-    // HXDestroy without Shutdown stops it; the fixture checks that nothing is left.
-}
-
-TEST_F(ModuleEntry, UnbindableAddressFailsAndExecuteMayBeTriedAgain)
+TEST_F(ModuleEntry, ExecuteMayBeRetriedAfterAFailureOrShutdownButNotWhileRunning)
 {
     configureAddress("nosuchprotocol://frontend");
-    Instance instance = create();
-    {
-        zeltest::TraceCapture traces;
-        EXPECT_FALSE(instance->Execute());
-        ASSERT_FALSE(traces.texts().isEmpty());
-        EXPECT_EQ(traces.texts().last(), executeFailed);
-    }
+    expectExecuteFails();
     EXPECT_TRUE(zeltest::waitForNoRouter());
 
     // Of another length: the configuration reader keeps a file whose size and time stamp are unchanged.
-    configureAddress("inproc://moduleentry-test-fixed");
-    EXPECT_FALSE(instance->Execute());
-    EXPECT_TRUE(zeltest::roundTrip("inproc://moduleentry-test-fixed", "inproc://zel/g1"));
-}
-
-TEST_F(ModuleEntry, SecondExecuteWhileRunningLeavesTheFirstEnvironment)
-{
-    configureAddress("inproc://moduleentry-test");
-    Instance instance = create();
-    instance->Execute();
-    configureAddress("inproc://moduleentry-test-other");
+    std::string const address = "tcp://127.0.0.1:" + std::to_string(zeltest::freeLoopbackPort());
+    configureAddress(address);
     {
         zeltest::TraceCapture traces;
         EXPECT_FALSE(instance->Execute());
-        ASSERT_FALSE(traces.texts().isEmpty());
-        EXPECT_EQ(traces.texts().last(), executeFailed);
+        EXPECT_EQ(traces.count(), 0);
     }
-    EXPECT_TRUE(zeltest::roundTrip("inproc://moduleentry-test", "inproc://zel/g1"));
+    EXPECT_TRUE(zeltest::roundTrip(address, "inproc://zel/g1"));
+    instance->Shutdown();
+    EXPECT_TRUE(zeltest::waitForNoRouter());
+    instance->Shutdown();
+
+    // Without the key the frontend is the default inproc address.
+    writeConfiguration("Unrelated=1\n");
+    EXPECT_FALSE(instance->Execute());
+    EXPECT_TRUE(zeltest::roundTrip("inproc://zel/__router__external__", "inproc://zel/g1"));
+
+    configureAddress("inproc://moduleentry-test-other");
+    expectExecuteFails();
+    // The first environment is left running; HXDestroy without Shutdown stops it.
+    EXPECT_TRUE(zeltest::roundTrip("inproc://zel/__router__external__", "inproc://zel/g1"));
 }

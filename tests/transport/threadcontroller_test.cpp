@@ -68,16 +68,3 @@ TEST(ZmqThreadController, OnlyCreatedWithSuccessCountsAsReady)
         EXPECT_EQ(waitWithDeadline(controller), ready);
     }
 }
-
-TEST(ZmqThreadController, TwoLiveControllersHaveTheirOwnAddresses)
-{
-    zel::ZmqThreadController first;
-    zel::ZmqThreadController second;
-    std::thread worker([a = first, b = second]() mutable {
-        b.signalError();
-        a.signalReady();
-    });
-    EXPECT_TRUE(waitWithDeadline(first));
-    EXPECT_FALSE(waitWithDeadline(second));
-    worker.join();
-}

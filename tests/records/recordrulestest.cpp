@@ -1,0 +1,223 @@
+#include "recordtesting.h"
+
+#include <exception>
+#include <functional>
+#include <type_traits>
+
+using namespace recordtesting;
+
+namespace {
+
+template <class R> R checked()
+{
+    R record;
+    record.SetValidate(true);
+    return record;
+}
+
+ControlMessage::MessageType messageType(int value) { return static_cast<ControlMessage::MessageType>(value); }
+
+// Records that hold a bad value, set with validation off.
+ControlMessage stopWith(void (*change)(ControlMessage&))
+{
+    ControlMessage message = stopMessage();
+    change(message);
+    return message;
+}
+
+char const* kindOf(RecordException const& e)
+{
+    if (dynamic_cast<OutOfRangeException const*>(&e))
+        return "range";
+    if (dynamic_cast<IncompleteDefinitionException const*>(&e))
+        return "incomplete";
+    if (dynamic_cast<BinaryParsingException const*>(&e))
+        return "binary";
+    return dynamic_cast<InvalidXmlException const*>(&e) ? "xml" : "other";
+}
+
+QString const streamWithoutName = QStringLiteral("<Processor><DataStream><Running>1</Running></DataStream></Processor>");
+
+} // namespace
+
+TEST(RecordExceptions, EachFaultHasItsTypeAndText)
+{
+    static_assert(std::is_base_of_v<RecordException, RMException>);
+    static_assert(std::is_base_of_v<RMException, OutOfRangeException>);
+    static_assert(std::is_base_of_v<RMException, IncompleteDefinitionException>);
+    static_assert(std::is_base_of_v<RMException, BinaryParsingException>);
+    static_assert(std::is_base_of_v<RMException, InvalidXmlException>);
+    static_assert(!std::is_base_of_v<std::exception, RecordException>);
+
+    std::string const badEnum = "enum is not valid (classname=";
+    std::string const badItem = ": Tried to append not completely defined or invalid item ";
+    struct Fault
+    {
+        std::string kind;
+        std::string text;
+        std::function<void()> action;
+    };
+    std::vector<Fault> const faults {
+        { "range", badEnum + "ControlMessage,membername=m_messageType)",
+            [] { checked<ControlMessage>().SetMessageType(messageType(28)); } },
+        { "range", badEnum + "ControlMessage,membername=m_resultType)",
+            [] { checked<ControlMessage>().SetResultType(static_cast<ControlMessage::ResultType>(3)); } },
+        { "range", badEnum + "DataSource,membername=m_protocol)",
+            [] { checked<DataSource>().SetProtocol(static_cast<DataSource::Protocol>(4)); } },
+        { "range", badEnum + "DataSource,membername=m_byteOrder)",
+            [] { checked<DataSource>().SetByteOrder(static_cast<DataSource::ByteOrder>(-1)); } },
+        { "range", badEnum + "DataStream,membername=m_protocol)",
+            [] { checked<DataStream>().SetProtocol(static_cast<DataStream::Protocol>(1)); } },
+        { "range", badEnum + "DataSource,membername=m_protocol)",
+            [] { checked<DataSource>().SetXmlString("<DataSource><Protocol>PUB</Protocol></DataSource>", true); } },
+        { "range", "ControlMessage: Please set GroupName properly (origin: Setter).",
+            [] { checked<ControlMessage>().SetGroupName(QString()); } },
+        { "range", "DataSource: Please set Address properly (origin: Setter).",
+            [] { checked<DataSource>().SetAddress(QString()); } },
+        { "range", "DataStream: Please set Name properly (origin: Setter).",
+            [] { checked<DataStream>().SetName(QString()); } },
+        { "range", "Processor: Please set ProcessorType properly (origin: Setter).",
+            [] { checked<Processor>().SetProcessorType(QString()); } },
+        { "range", "ControlMessage: Please set MessageType properly.", [] { ControlMessage().Check(); } },
+        { "range", "ControlMessage: Please set ResultType properly.",
+            [] { stopWith([](auto& m) { m.SetResultType(static_cast<ControlMessage::ResultType>(3)); }).Check(); } },
+        { "range", "ControlMessage: Please set StreamName properly.",
+            [] { stopWith([](auto& m) { m.SetStreamName(QString()); }).Check(true); } },
+        { "range", "ControlMessage: Please set MessageFilter properly.",
+            [] { stopWith([](auto& m) { m.AppendMessageFilter(QString()); }).Check(); } },
+        { "range", "DataStream: Please set Name properly.", // from deep inside
+            [] { stopWith([](auto& m) { m.GetProcessor().AppendDataStream(DataStream()); }).Check(); } },
+        { "incomplete", "ControlMessage" + badItem + "MessageFilter.",
+            [] { checked<ControlMessage>().AppendMessageFilter(QString()); } },
+        { "incomplete", "ControlMessage" + badItem + "StreamAddresses.",
+            [] { checked<ControlMessage>().AppendStreamAddresses(QString()); } },
+        { "incomplete", "ControlMessage" + badItem + "DataStream.",
+            [] { checked<ControlMessage>().AppendDataStream(DataStream()); } },
+        { "incomplete", "DataSource" + badItem + "Filter.", [] { checked<DataSource>().AppendFilter(QString()); } },
+        { "incomplete", "DataStream" + badItem + "Address.", [] { checked<DataStream>().AppendAddress(QString()); } },
+        { "incomplete", "Processor" + badItem + "DataStream.",
+            [] { Processor().SetXmlString(streamWithoutName, true); } },
+        { "binary", "Processor::SetBinaryRepresentation(...): Record tag missing or wrong",
+            [] { Processor().SetBinaryRepresentation(stopMessage().GetBinaryRepresentationAsQByteArray()); } },
+        { "binary", "ControlMessage::SetBinaryRepresentation(...): Record tag missing or wrong",
+            [] { ControlMessage().SetBinaryRepresentation(hex("4C4C639D 0000")); } },
+        { "xml", "Please set a value or a default for the boolean 'Running' in 'DataStream'.",
+            [] { DataStream().SetXmlString("<DataStream><Name>n</Name><Running></Running></DataStream>", true); } },
+    };
+    for (Fault const& fault : faults) {
+        SCOPED_TRACE(fault.text);
+        try {
+            fault.action();
+            ADD_FAILURE() << "no exception";
+        } catch (RecordException const& e) {
+            EXPECT_EQ(kindOf(e), fault.kind);
+            EXPECT_EQ(e.text().toStdString(), fault.text);
+        }
+    }
+    // A handler that catches std::exception must let record faults through.
+    EXPECT_THROW(
+        [] {
+            try {
+                throw InvalidXmlException(QStringLiteral("bad"));
+            } catch (std::exception const&) {
+            }
+        }(),
+        InvalidXmlException);
+}
+
+TEST(RecordValidation, FlagDecidesBetweenRefusingAndStoring)
+{
+    ControlMessage refusing = checked<ControlMessage>();
+    EXPECT_THROW(refusing.SetMessageType(messageType(28)), OutOfRangeException);
+    EXPECT_THROW(refusing.AppendDataStream(DataStream()), IncompleteDefinitionException);
+    EXPECT_FALSE(refusing.AnyData()) << "a refused value leaves no trace";
+    refusing.SetGroupName(QStringLiteral(""));
+    EXPECT_TRUE(refusing.IsGroupNameSet()) << "empty is not null";
+
+    // The argument of SetXmlString holds for that read only.
+    ControlMessage reader;
+    EXPECT_TRUE(reader.SetXmlString("<ControlMessage><MessageType>Nope</MessageType></ControlMessage>", false));
+    EXPECT_EQ(reader.GetMessageType(), -1);
+    EXPECT_THROW(reader.SetXmlString("<ControlMessage><MessageType>Nope</MessageType></ControlMessage>", true),
+        OutOfRangeException);
+    EXPECT_FALSE(reader.GetValidate());
+}
+
+TEST(RecordValidation, FlagFollowsCopiesNotAssignmentsAndReachesNestedRecords)
+{
+    ControlMessage assigned;
+    assigned = checked<ControlMessage>();
+    EXPECT_FALSE(assigned.GetValidate());
+    EXPECT_TRUE(ControlMessage(checked<ControlMessage>()).GetValidate());
+
+    // Nested records take the owner's flag, those made before and after it was set.
+    ControlMessage owner;
+    owner.AppendDataSource(DataSource());
+    owner.SetValidate(true);
+    EXPECT_TRUE(owner.GetDataSource().at(0).GetValidate());
+    EXPECT_THROW(owner.GetProcessor().SetID(QString()), OutOfRangeException);
+
+    Processor a;
+    a.AppendDataSource(DataSource());
+    Processor const copy = a;
+    Processor handedOn;
+    handedOn.SetDataSource(std::as_const(a).GetDataSource());
+    a.SetValidate(true);
+    EXPECT_TRUE(std::as_const(a).GetDataSource().at(0).GetValidate());
+    EXPECT_FALSE(copy.GetDataSource().at(0).GetValidate()) << "the flag must not leak into a copy";
+    EXPECT_FALSE(std::as_const(handedOn).GetDataSource().at(0).GetValidate()) << "nor into a list handed on";
+}
+
+TEST(RecordSharing, CopiesShareUntilOneSideWrites)
+{
+    ControlMessage original = stopMessage();
+    original.AppendMessageFilter(QStringLiteral("a"));
+    original.GetProcessor().AppendDataSource(DataSource());
+
+    ControlMessage copy = original;
+    ControlMessage assigned;
+    assigned = original;
+    original.SetMessageType(ControlMessage::Start);
+    original.AppendMessageFilter(QStringLiteral("b"));
+    original.GetProcessor().GetDataSource()[0].SetAddress(QStringLiteral("changed"));
+
+    for (ControlMessage const* old : { &copy, &assigned }) {
+        EXPECT_EQ(old->GetMessageType(), ControlMessage::Stop);
+        EXPECT_EQ(old->GetMessageFilter().size(), 1);
+        EXPECT_FALSE(old->GetProcessor().GetDataSource().at(0).IsAddressSet());
+    }
+    copy.SetGroupName(QStringLiteral("g"));
+    EXPECT_FALSE(assigned.IsGroupNameSet());
+
+    // The logger reaches nested records but is not copied.
+    class NullLogger : public RECORDMODEL::Logger
+    {
+        void Log(QString const&) override { }
+    };
+    auto logger = std::make_shared<NullLogger>();
+    original.SetLogger(logger);
+    EXPECT_EQ(original.GetProcessor().GetLogger(), logger);
+    EXPECT_EQ(ControlMessage(original).GetLogger(), nullptr);
+    original.ResetLogger();
+    EXPECT_EQ(original.GetProcessor().GetLogger(), nullptr);
+}
+
+TEST(RecordEquality, ComparesSetValuesAndListContents)
+{
+    ControlMessage a;
+    ControlMessage b;
+    b.GetStreamAddresses();
+    EXPECT_EQ(a, b) << "a set but empty list equals an unset one";
+
+    // The positional form reads MessageType even with its bit clear: unset, yet holding Stop.
+    readPositional(a, hex("0000 0C"));
+    EXPECT_FALSE(a.IsMessageTypeSet());
+    EXPECT_EQ(a, b);
+
+    a.SetResultType(ControlMessage::Success);
+    EXPECT_NE(a, b) << "set in one only, though equal to the default";
+    b.SetResultType(ControlMessage::Success);
+    a.GetProcessor().SetID(QStringLiteral("p"));
+    b.GetProcessor().SetID(QStringLiteral("q"));
+    EXPECT_NE(a, b);
+}
