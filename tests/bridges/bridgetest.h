@@ -31,10 +31,7 @@ using Helper = zel::ControlMessageHelper;
 using Record = zelmsg::ControlMessage;
 using zeltest::outcome;
 
-inline std::string const mainGroup = "g";
-
-// The source of a stream, as another processor would be: a PUB on loopback TCP that sends type and
-// data frames.
+// The source of a stream, as another processor would be: a PUB on loopback TCP.
 class Publisher
 {
 public:
@@ -44,9 +41,8 @@ public:
         address = socket.get(zmq::sockopt::last_endpoint);
     }
 
-    void send(std::string const& type, std::string const& data) { zeltest::sendFrames(socket, { type, data }); }
-    // A message of the type frame alone.
-    void sendTypeOnly(std::string const& type) { zeltest::sendFrames(socket, { type }); }
+    void send(std::vector<std::string> const& frames) { zeltest::sendFrames(socket, frames); }
+    void send(std::string const& type, std::string const& data) { send({ type, data }); }
 
     // A subscriber misses what is sent before its subscription has reached this socket, so the
     // message goes out again every few milliseconds until `arrived` holds.
@@ -56,10 +52,9 @@ public:
         return zeltest::waitUntil([&] {
             if (arrived())
                 return true;
-            auto const now = std::chrono::steady_clock::now();
-            if (now >= next) {
+            if (std::chrono::steady_clock::now() >= next) {
                 send(type, data);
-                next = now + 25ms;
+                next = std::chrono::steady_clock::now() + 25ms;
             }
             return false;
         });
@@ -71,90 +66,67 @@ private:
     zmq::socket_t socket = zeltest::makeSocket(zmq::socket_type::pub);
 };
 
-// The lines of `lines` that begin with `prefix`.
-inline QStringList startingWith(QStringList const& lines, QString const& prefix)
-{
-    QStringList found;
-    for (QString const& line : lines) {
-        if (line.startsWith(prefix))
-            found << line;
-    }
-    return found;
-}
-
 // A running Environment with the group "g", driven through its frontend as a client would.
 class BridgeTest : public testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_EQ(createGroup(mainGroup), "Success"); }
+    void SetUp() override { ASSERT_EQ(createGroup("g"), "Success"); }
+
+    std::string createGroup(std::string const& group)
+    {
+        return request(zeltest::managerIdentity(), Helper::makeCreateProcessorGroupMessage(group));
+    }
 
     void TearDown() override
     {
         // Deleted while this thread serves events: an HTTP server here can end a POST in flight.
-        if (environment) {
-            for (auto const& [group, processor] : std::vector<std::pair<std::string, std::string>>(created))
-                EXPECT_EQ(remove(processor, group), "Success") << group << "/" << processor;
-        }
+        for (auto const& [group, processor] : std::vector<std::pair<std::string, std::string>>(created))
+            EXPECT_EQ(remove(processor, group), "Success") << group << "/" << processor;
         client.reset();
         environment.reset();
         EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
-    // One exchange. Qt events are served while the reply is awaited, since a server on this
-    // thread may have to answer the processor first.
-    std::optional<Record> request(std::string const& identity, Record const& record)
+    // One exchange. Qt events are served meanwhile, since a server on this thread may have to
+    // answer the processor first.
+    std::string request(std::string const& identity, Record const& record)
     {
         client->send(identity, record);
         std::optional<zeltest::ControlClient::Reply> reply;
-        zeltest::waitUntil([&] {
-            reply = client->receive(0ms);
-            return reply.has_value();
-        });
-        if (!reply)
-            return std::nullopt;
-        EXPECT_EQ(reply->source, identity);
-        return reply->record;
-    }
-
-    std::string createGroup(std::string const& group)
-    {
-        return outcome(request(zeltest::managerIdentity(), Helper::makeCreateProcessorGroupMessage(group)));
+        zeltest::waitUntil([&] { return (reply = client->receive(0ms)).has_value(); });
+        return reply ? outcome(reply->record) : "no reply";
     }
 
     std::string create(std::string const& type, std::string const& name, zelmsg::Processor const& config = {},
-        std::string const& group = mainGroup)
+        std::string const& group = "g")
     {
         std::string const result
-            = outcome(request(zeltest::groupIdentity(group), Helper::makeCreateProcessorMessage(type, name, config)));
+            = request(zeltest::groupIdentity(group), Helper::makeCreateProcessorMessage(type, name, config));
         if (result == "Success")
             created.emplace_back(group, name);
         return result;
     }
 
-    std::string remove(std::string const& name, std::string const& group = mainGroup)
+    std::string remove(std::string const& name, std::string const& group = "g")
     {
-        std::string const result
-            = outcome(request(zeltest::groupIdentity(group), Helper::makeDeleteProcessorMessage(name)));
         created.erase(std::remove(created.begin(), created.end(), std::make_pair(group, name)), created.end());
-        return result;
+        return request(zeltest::groupIdentity(group), Helper::makeDeleteProcessorMessage(name));
     }
 
     std::string ask(std::string const& processor, Record const& record)
     {
-        return outcome(request(zeltest::processorIdentity(mainGroup, processor), record));
+        return request(zeltest::processorIdentity("g", processor), record);
     }
 
-    std::string connect(
-        std::string const& processor, std::string const& address, std::vector<std::string> const& filters)
+    std::string connect(std::string const& processor, std::vector<std::string> const& filters)
     {
-        return ask(processor, Helper::makeConnectStreamMessage("in", address, filters));
+        return ask(processor, Helper::makeConnectStreamMessage("in", publisher.address, filters));
     }
 
     std::string start(std::string const& processor, std::string const& stream)
     {
         return ask(processor, Helper::makeStartStreamMessage(stream));
     }
-
     std::string stop(std::string const& processor, std::string const& stream)
     {
         return ask(processor, Helper::makeStopStreamMessage(stream));
@@ -164,6 +136,7 @@ protected:
     std::unique_ptr<zeltest::ControlClient> client
         = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
     std::vector<std::pair<std::string, std::string>> created; // group and name of each live processor
+    Publisher publisher;
 };
 
 } // namespace brtest
