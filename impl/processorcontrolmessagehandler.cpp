@@ -18,49 +18,14 @@ void answer(Record& record, bool ok, QString const& failure)
         ConfigTool::setErrorMessage(record, failure);
 }
 
-void querySources(ProcessorControlInterface& processor, Record& record)
+// The operations that hand back a value: it goes into the reply only on success.
+template <class Value, class Call, class Store>
+void answerWithValue(Record& record, Value value, Call call, Store store, QString const& failure)
 {
-    QVector<zelmsg::DataSource> sources;
-    bool const ok = processor.querySources(sources);
+    bool const ok = call(value);
     if (ok)
-        record.SetDataSource(sources);
-    answer(record, ok, QStringLiteral("Cannot query sources"));
-}
-
-void queryStreams(ProcessorControlInterface& processor, Record& record)
-{
-    QVector<zelmsg::DataStream> streams;
-    bool const ok = processor.queryStreams(streams);
-    if (ok)
-        record.SetDataStream(streams);
-    answer(record, ok, QStringLiteral("Cannot query streams"));
-}
-
-void getParameter(ProcessorControlInterface& processor, Record& record)
-{
-    QString value(QLatin1String(""));
-    bool const ok = processor.getParameter(record.GetParameterName(), value);
-    if (ok)
-        record.SetParameter(value);
-    answer(record, ok, QStringLiteral("Cannot get parameter: %1").arg(record.GetParameterName()));
-}
-
-void getParameterList(ProcessorControlInterface& processor, Record& record)
-{
-    QStringList names;
-    bool const ok = processor.getParameterList(names);
-    if (ok)
-        record.SetParameter(names.isEmpty() ? QString(QLatin1String("")) : names.join(QLatin1Char(',')));
-    answer(record, ok, QStringLiteral("Cannot get list of parameters"));
-}
-
-void startNewRecording(ProcessorControlInterface& processor, Record& record)
-{
-    QString value = record.GetParameter();
-    bool const ok = processor.startNewRecording(value);
-    if (ok)
-        record.SetParameter(value);
-    answer(record, ok, QStringLiteral("Cannot start new recording: %1").arg(record.GetParameter()));
+        store(value);
+    answer(record, ok, failure);
 }
 
 } // namespace
@@ -73,9 +38,13 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
         return answer(record, processor.connect(stream, record.GetStreamAddress(), std::as_const(record).GetMessageFilter()),
                       QStringLiteral("Cannot connect to: %1, %2").arg(stream, record.GetStreamAddress()));
     case Record::QuerySources:
-        return querySources(processor, record);
+        return answerWithValue(
+            record, QVector<zelmsg::DataSource>(), [&](auto& list) { return processor.querySources(list); },
+            [&](auto const& list) { record.SetDataSource(list); }, QStringLiteral("Cannot query sources"));
     case Record::QueryStreams:
-        return queryStreams(processor, record);
+        return answerWithValue(
+            record, QVector<zelmsg::DataStream>(), [&](auto& list) { return processor.queryStreams(list); },
+            [&](auto const& list) { record.SetDataStream(list); }, QStringLiteral("Cannot query streams"));
     case Record::Start:
         return answer(record, processor.start(stream), QStringLiteral("Cannot start stream: %1").arg(stream));
     case Record::Stop:
@@ -84,11 +53,23 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
         return answer(record, processor.setParameter(record.GetParameterName(), record.GetParameter()),
                       QStringLiteral("Cannot set parameter: %1").arg(record.GetParameterName()));
     case Record::GetParameterMessage:
-        return getParameter(processor, record);
+        return answerWithValue(
+            record, QString(QLatin1String("")),
+            [&](QString& value) { return processor.getParameter(record.GetParameterName(), value); },
+            [&](QString const& value) { record.SetParameter(value); },
+            QStringLiteral("Cannot get parameter: %1").arg(record.GetParameterName()));
     case Record::GetParameterList:
-        return getParameterList(processor, record);
+        return answerWithValue(
+            record, QStringList(), [&](QStringList& names) { return processor.getParameterList(names); },
+            [&](QStringList const& names) {
+                record.SetParameter(names.isEmpty() ? QString(QLatin1String("")) : names.join(QLatin1Char(',')));
+            },
+            QStringLiteral("Cannot get list of parameters"));
     case Record::StartNewRecording:
-        return startNewRecording(processor, record);
+        return answerWithValue(
+            record, record.GetParameter(), [&](QString& value) { return processor.startNewRecording(value); },
+            [&](QString const& value) { record.SetParameter(value); },
+            QStringLiteral("Cannot start new recording: %1").arg(record.GetParameter()));
     default:
         setUnknownMessageType(record);
     }
