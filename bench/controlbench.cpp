@@ -184,6 +184,19 @@ void BM_ControlRoundTrip(benchmark::State& state)
     client.expectSuccess(groupManager, Helper::makeDeleteProcessorGroupMessage("rt"));
 }
 
+// What a processor adds to a round trip besides the sockets: read the request, write the reply.
+void BM_ProcessorCodec(benchmark::State& state)
+{
+    zel::ControlMessage envelope;
+    envelope.payload = QByteArray::fromStdString(requestPayload);
+    for (auto _ : state) {
+        zelmsg::ControlMessage record = zel::decodeControlRecord(envelope);
+        record.SetParameter(QString(QLatin1String("")));
+        record.SetResultType(zelmsg::ControlMessage::Success);
+        benchmark::DoNotOptimize(record.GetXmlString().toUtf8());
+    }
+}
+
 // Bare ZeroMQ in the router's shape: a client DEALER, a frontend and an internal ROUTER served by one
 // forwarding thread, and a DEALER that echoes on a thread of its own. Each thread ends after passing
 // on a message whose payload is "stop".
@@ -282,6 +295,7 @@ void BM_CreateDelete100Processors(benchmark::State& state)
 
 BENCHMARK(BM_ControlRoundTrip)->Iterations(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RawEcho)->Iterations(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ProcessorCodec)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_CreateDelete100Processors)->Iterations(5)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)

@@ -43,6 +43,9 @@ bool Router::initialize()
     ZmqControllable::initialize();
     frontendSocket = makeMandatoryRouterSocket();
     internalSocket = makeMandatoryRouterSocket();
+    // A group or processor made again under its old name must take its identity over from the
+    // connection that is still being closed, or it stays unreachable.
+    internalSocket->set(zmq::sockopt::router_handover, 1);
     frontendWrapper = std::make_shared<RouterSocket>(*frontendSocket);
     internalWrapper = std::make_shared<RouterSocket>(*internalSocket);
     internalHandler = std::make_unique<RouterHandler<RouterSocket>>();
