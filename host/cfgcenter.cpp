@@ -10,7 +10,9 @@ namespace {
 class IniCfg : public ICfg
 {
 public:
-    explicit IniCfg(QString const& path) : m_settings(path, QSettings::IniFormat) {}
+    explicit IniCfg(QString const& path)
+        : m_settings(path, QSettings::IniFormat)
+    { }
 
     QString GetValue(QString const& key, QString const& defaultValue, int) const override
     {
@@ -33,8 +35,8 @@ ICfg::~ICfg() = default;
 
 ICfg* CfgCenter::CreateCfg(QString name, ICfg::View, QString)
 {
-    QString const dir = qEnvironmentVariableIsSet("ZEL_CONFIG_DIR") ? qEnvironmentVariable("ZEL_CONFIG_DIR")
-                                                                    : QDir::currentPath();
+    QString const dir
+        = qEnvironmentVariableIsSet("ZEL_CONFIG_DIR") ? qEnvironmentVariable("ZEL_CONFIG_DIR") : QDir::currentPath();
     QString const path = QDir(dir).filePath(name + QStringLiteral(".ini"));
     if (!QFileInfo(path).isFile())
         return nullptr;

@@ -28,8 +28,11 @@ void writeToStderr(QString const& text, QString const& file, unsigned short line
 class StderrErrorHandler : public IErrorHandler
 {
 public:
-    void ReportException(HXException const& e) override { writeToStderr(e.text(), e.file(), static_cast<unsigned short>(e.line())); }
-    void ReportException(HXException const&, int, int, bool, bool) override {}
+    void ReportException(HXException const& e) override
+    {
+        writeToStderr(e.text(), e.file(), static_cast<unsigned short>(e.line()));
+    }
+    void ReportException(HXException const&, int, int, bool, bool) override { }
 };
 
 } // namespace
@@ -37,9 +40,9 @@ public:
 IErrorHandler::~IErrorHandler() = default;
 
 ErrorHandler::ErrorHandler()
-    : m_flags(flagsFromEnvironment()), m_interface(std::make_shared<StderrErrorHandler>())
-{
-}
+    : m_flags(flagsFromEnvironment())
+    , m_interface(std::make_shared<StderrErrorHandler>())
+{ }
 
 ErrorHandler& ErrorHandler::Instance()
 {

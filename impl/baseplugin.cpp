@@ -7,9 +7,9 @@
 namespace zel {
 
 BasePlugin::BasePlugin()
-    : name(QStringLiteral("base")), processorTypes { QtBridge::getProcessorType(), HttpBridge::getProcessorType() }
-{
-}
+    : name(QStringLiteral("base"))
+    , processorTypes { QtBridge::getProcessorType(), HttpBridge::getProcessorType() }
+{ }
 
 QString BasePlugin::getName() const { return name; }
 

@@ -2,7 +2,8 @@
 
 namespace zel {
 
-Context::Context() : context(std::make_shared<zmq::context_t>())
+Context::Context()
+    : context(std::make_shared<zmq::context_t>())
 {
     // Set before any socket exists: one I/O thread, and ZeroMQ's largest socket table below 4096.
     context->set(zmq::ctxopt::io_threads, 1);

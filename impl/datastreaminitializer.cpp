@@ -7,11 +7,12 @@
 
 namespace zel {
 
-DataStreamInitializer::DataStreamInitializer(std::string const& endpoint, std::string const& processorName,
-                                             NameServiceClient& client)
-    : endpoint(endpoint), processorName(processorName), client(client)
-{
-}
+DataStreamInitializer::DataStreamInitializer(
+    std::string const& endpoint, std::string const& processorName, NameServiceClient& client)
+    : endpoint(endpoint)
+    , processorName(processorName)
+    , client(client)
+{ }
 
 void DataStreamInitializer::initialize(zmq::socket_t& socket, zelmsg::DataStream& stream)
 {

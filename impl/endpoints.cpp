@@ -40,14 +40,14 @@ std::string Endpoints::getInternalNameServiceEndpoint(std::string const& groupNa
     return join(getGroupEndpoint(groupName, addressPrefix), "__nameservice__internal__");
 }
 
-std::string Endpoints::getProcessorEndpoint(std::string const& groupName, std::string const& processorName,
-                                            std::string const& addressPrefix)
+std::string Endpoints::getProcessorEndpoint(
+    std::string const& groupName, std::string const& processorName, std::string const& addressPrefix)
 {
     return join(getGroupEndpoint(groupName, addressPrefix), processorName);
 }
 
 std::string Endpoints::getInprocStreamEndpoint(std::string const& groupName, std::string const& processorName,
-                                               std::string const& streamName, std::string const& addressPrefix)
+    std::string const& streamName, std::string const& addressPrefix)
 {
     return join(getProcessorEndpoint(groupName, processorName, addressPrefix), streamName);
 }

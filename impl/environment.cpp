@@ -20,17 +20,15 @@ std::unique_ptr<ProcessorGroupManagerTemplate<ST>> makeGroupManager(std::shared_
 
 Environment::Environment(std::string const& frontendAddress)
     : Environment(std::shared_ptr<PluginManager>(), frontendAddress)
-{
-}
+{ }
 
 // The manager connects to the router's internal socket, so the router starts first. Should the
 // manager fail, the router is stopped again as the constructor unwinds.
 Environment::Environment(std::shared_ptr<PluginManager> pluginManager, std::string const& frontendAddress)
-    : routerFrontendAddress(std::make_shared<std::string>(frontendAddress)),
-      routerThread(std::make_unique<Router>(routerFrontendAddress)),
-      groupManagerThread(makeGroupManager(std::move(pluginManager)))
-{
-}
+    : routerFrontendAddress(std::make_shared<std::string>(frontendAddress))
+    , routerThread(std::make_unique<Router>(routerFrontendAddress))
+    , groupManagerThread(makeGroupManager(std::move(pluginManager)))
+{ }
 
 Environment::~Environment() = default;
 

@@ -6,7 +6,10 @@
 
 namespace zel {
 
-EnvironmentDll::EnvironmentDll(QString const& name) : IDllInstance(name), configurationName(name) {}
+EnvironmentDll::EnvironmentDll(QString const& name)
+    : IDllInstance(name)
+    , configurationName(name)
+{ }
 
 EnvironmentDll::~EnvironmentDll() = default;
 
@@ -18,8 +21,8 @@ bool EnvironmentDll::Execute()
             ZEL_TRACE_FAILURE(QStringLiteral("Invalid configuration of EnvironmentDll"));
             return false;
         }
-        QString const address = cfg->GetValue(QStringLiteral("EnvironmentAddress"),
-                                               QString::fromStdString(routerFrontendAddressDefault), 0);
+        QString const address = cfg->GetValue(
+            QStringLiteral("EnvironmentAddress"), QString::fromStdString(routerFrontendAddressDefault), 0);
         auto started = std::make_unique<Environment>(address.toStdString());
         // An earlier environment goes only after the new one has started.
         environment.swap(started);

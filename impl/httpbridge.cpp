@@ -18,10 +18,9 @@ int const inputHighWaterMark = 10;
 } // namespace
 
 HttpBridge::HttpBridge(zelmsg::Processor const& configuration, std::string const& processorName,
-                       std::string const& groupName, std::string const& addressPrefix)
+    std::string const& groupName, std::string const& addressPrefix)
     : ProcessorBase(configuration, processorName, groupName, addressPrefix)
-{
-}
+{ }
 
 HttpBridge::~HttpBridge() { input.release(); }
 

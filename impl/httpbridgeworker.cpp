@@ -20,7 +20,9 @@ int const postTimeoutMs = 1000;
 
 } // namespace
 
-HttpBridgeWorker::HttpBridgeWorker(HttpBridge* bridge) : bridge(bridge) {}
+HttpBridgeWorker::HttpBridgeWorker(HttpBridge* bridge)
+    : bridge(bridge)
+{ }
 
 HttpBridgeWorker::~HttpBridgeWorker() = default;
 

@@ -2,14 +2,16 @@
 
 namespace zel {
 
-IDllInstance::IDllInstance(QString const& name) : instanceName(name) {}
+IDllInstance::IDllInstance(QString const& name)
+    : instanceName(name)
+{ }
 
 IDllInstance::~IDllInstance() = default;
 
 bool IDllInstance::Execute() { return true; }
 
-void IDllInstance::Shutdown() {}
+void IDllInstance::Shutdown() { }
 
-void IDllInstance::prepareShutdown() {}
+void IDllInstance::prepareShutdown() { }
 
 } // namespace zel

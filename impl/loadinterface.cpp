@@ -30,7 +30,7 @@ zel::IDllInstance* HXCreate(wchar_t const* name)
     } catch (std::exception const& e) {
         ZEL_TRACE_FAILURE(QStringLiteral("Standard C++ Exception caught in standard catch-block"));
         report(HXException(QString::fromUtf8(e.what()), zel::tracePath(__FILE__), QStringLiteral("class"),
-                           QStringLiteral("method"), __LINE__, 0xFFFFFFFF));
+            QStringLiteral("method"), __LINE__, 0xFFFFFFFF));
     }
     return nullptr;
 }

@@ -15,9 +15,9 @@ using Store = NameServiceStore<std::map<std::string, NameServiceRecord>>;
 }
 
 NameService::NameService(std::string const& groupName, std::string const& addressPrefix)
-    : addressPrefix(addressPrefix), groupName(groupName)
-{
-}
+    : addressPrefix(addressPrefix)
+    , groupName(groupName)
+{ }
 
 NameService::~NameService() { release(); }
 
@@ -26,14 +26,14 @@ bool NameService::initialize()
     ZmqControllable::initialize();
     handler = std::make_unique<NameServiceHandlerTemplate<ControlSocket, Store>>();
     routedSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::dealer));
-    routedClient = std::make_unique<Client>(std::make_unique<ControlSocket>(*routedSocket, DelimiterAddressPayload),
-                                            handler.get());
+    routedClient = std::make_unique<Client>(
+        std::make_unique<ControlSocket>(*routedSocket, DelimiterAddressPayload), handler.get());
     directSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::router));
     directSocket->set(zmq::sockopt::router_mandatory, 1);
-    directClient = std::make_unique<Client>(std::make_unique<ControlSocket>(*directSocket, AddressDelimiterPayload),
-                                            handler.get());
+    directClient = std::make_unique<Client>(
+        std::make_unique<ControlSocket>(*directSocket, AddressDelimiterPayload), handler.get());
     ZmqHelper::connectSocket(*routedSocket, Endpoints::getInternalRouterEndpoint(addressPrefix),
-                             Endpoints::getNameServiceEndpoint(groupName, addressPrefix));
+        Endpoints::getNameServiceEndpoint(groupName, addressPrefix));
     std::string directEndpoint = Endpoints::getInternalNameServiceEndpoint(groupName, addressPrefix);
     ZmqHelper::bindSocket(*directSocket, directEndpoint);
     routedIndex = reader.addSocket(*routedSocket, ZMQ_POLLIN);

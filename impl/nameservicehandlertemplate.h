@@ -38,8 +38,7 @@ private:
         }
     }
 
-    template <class Operation>
-    static void guarded(zelmsg::ControlMessage& record, Operation operation)
+    template <class Operation> static void guarded(zelmsg::ControlMessage& record, Operation operation)
     {
         try {
             operation();

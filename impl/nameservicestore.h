@@ -18,8 +18,7 @@ struct NameServiceRecord
 
 // Stream name to record, for one group. Names compare byte by byte. Failures are exceptions with
 // the text "Error: 'NAME' REASON". Used on the name service's thread only.
-template <class Map>
-class NameServiceStore
+template <class Map> class NameServiceStore
 {
 public:
     void registerStream(std::string const& name, NameServiceRecord const& record)

@@ -10,17 +10,18 @@
 
 namespace zel {
 
-ProcessorBase::ProcessorBase(std::string const& processorName, std::string const& groupName,
-                             std::string const& addressPrefix)
+ProcessorBase::ProcessorBase(
+    std::string const& processorName, std::string const& groupName, std::string const& addressPrefix)
     : ProcessorBase(zelmsg::Processor(), processorName, groupName, addressPrefix)
-{
-}
+{ }
 
 ProcessorBase::ProcessorBase(zelmsg::Processor const& configuration, std::string const& processorName,
-                             std::string const& groupName, std::string const& addressPrefix)
-    : processorName(processorName), groupName(groupName), addressPrefix(addressPrefix), configuration(configuration)
-{
-}
+    std::string const& groupName, std::string const& addressPrefix)
+    : processorName(processorName)
+    , groupName(groupName)
+    , addressPrefix(addressPrefix)
+    , configuration(configuration)
+{ }
 
 ProcessorBase::~ProcessorBase()
 {
@@ -40,8 +41,8 @@ bool ProcessorBase::initialize()
         std::make_unique<ZmqSubControlSocketTemplate<ST>>(*broadcastSocket), controlMessageHandler.get());
     nameServiceClient = std::make_unique<NameServiceClient>(
         Endpoints::getInternalNameServiceEndpoint(groupName, internalAddressPrefixDefault), socketInfiniteTimeout);
-    ZmqHelper::connectSocket(*managementSocket, Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
-                             getEndpointString());
+    ZmqHelper::connectSocket(
+        *managementSocket, Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault), getEndpointString());
     ZmqHelper::connectSocket(*broadcastSocket, Endpoints::getGroupBroadcastEndpoint(groupName, addressPrefix));
     managementIndex = reader.addSocket(*managementSocket, ZMQ_POLLIN);
     broadcastIndex = reader.addSocket(*broadcastSocket, ZMQ_POLLIN);
@@ -77,9 +78,9 @@ void ProcessorBase::freeSockets()
     controlMessageHandler.reset();
 }
 
-void ProcessorBase::checkDataEvents() {}
+void ProcessorBase::checkDataEvents() { }
 
-void ProcessorBase::doIdleProcessing() {}
+void ProcessorBase::doIdleProcessing() { }
 
 void ProcessorBase::enableIdleProcessing(int periodMs) { reader.setTimeout(periodMs); }
 
@@ -93,10 +94,7 @@ void ProcessorBase::dispatchManagementMessage()
         managementInputClient->processInput();
 }
 
-void ProcessorBase::subscribeParameter(std::string const& name)
-{
-    broadcastSocket->set(zmq::sockopt::subscribe, name);
-}
+void ProcessorBase::subscribeParameter(std::string const& name) { broadcastSocket->set(zmq::sockopt::subscribe, name); }
 
 bool ProcessorBase::querySources(QVector<zelmsg::DataSource>& sources)
 {

@@ -35,8 +35,9 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
     QString const stream = record.GetStreamName();
     switch (record.GetMessageType()) {
     case Record::Connect:
-        return answer(record, processor.connect(stream, record.GetStreamAddress(), std::as_const(record).GetMessageFilter()),
-                      QStringLiteral("Cannot connect to: %1, %2").arg(stream, record.GetStreamAddress()));
+        return answer(record,
+            processor.connect(stream, record.GetStreamAddress(), std::as_const(record).GetMessageFilter()),
+            QStringLiteral("Cannot connect to: %1, %2").arg(stream, record.GetStreamAddress()));
     case Record::QuerySources:
         return answerWithValue(
             record, QVector<zelmsg::DataSource>(), [&](auto& list) { return processor.querySources(list); },
@@ -51,7 +52,7 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
         return answer(record, processor.stop(stream), QStringLiteral("Cannot stop stream: %1").arg(stream));
     case Record::SetParameterMessage:
         return answer(record, processor.setParameter(record.GetParameterName(), record.GetParameter()),
-                      QStringLiteral("Cannot set parameter: %1").arg(record.GetParameterName()));
+            QStringLiteral("Cannot set parameter: %1").arg(record.GetParameterName()));
     case Record::GetParameterMessage:
         return answerWithValue(
             record, QString(QLatin1String("")),

@@ -2,7 +2,9 @@
 
 namespace zel {
 
-ProcessorError::ProcessorError(std::string text) : text(std::move(text)) {}
+ProcessorError::ProcessorError(std::string text)
+    : text(std::move(text))
+{ }
 
 char const* ProcessorError::what() const noexcept { return text.c_str(); }
 

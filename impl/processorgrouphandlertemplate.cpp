@@ -32,9 +32,11 @@ bool isAllowedProcessorName(QString const& name)
 template <class Traits, class Socket>
 ProcessorGroupHandlerTemplate<Traits, Socket>::ProcessorGroupHandlerTemplate(
     std::string const& groupName, std::string const& addressPrefix, std::shared_ptr<PluginManager> pluginManager)
-    : broadcastSocket(std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub))),
-      broadcastSender(std::make_unique<ZmqPubControlSocketTemplate<Traits>>(*broadcastSocket)), groupName(groupName),
-      addressPrefix(addressPrefix), pluginManager(std::move(pluginManager))
+    : broadcastSocket(std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub)))
+    , broadcastSender(std::make_unique<ZmqPubControlSocketTemplate<Traits>>(*broadcastSocket))
+    , groupName(groupName)
+    , addressPrefix(addressPrefix)
+    , pluginManager(std::move(pluginManager))
 {
     std::string endpoint = Endpoints::getGroupBroadcastEndpoint(groupName, addressPrefix);
     ZmqHelper::bindSocket(*broadcastSocket, endpoint);
@@ -82,21 +84,23 @@ void ProcessorGroupHandlerTemplate<Traits, Socket>::create(zelmsg::ControlMessag
         if (!isAllowedProcessorName(name))
             return ConfigTool::setErrorMessage(record, QStringLiteral("Processor name '%1' is not allowed.").arg(name));
         if (processors.count(name.toStdString()) != 0)
-            return ConfigTool::setErrorMessage(record, QStringLiteral("A processor with the name '%1' already exists in group '%2'.")
-                                                           .arg(name, QString::fromStdString(groupName)));
+            return ConfigTool::setErrorMessage(record,
+                QStringLiteral("A processor with the name '%1' already exists in group '%2'.")
+                    .arg(name, QString::fromStdString(groupName)));
         createProcessor(record, name.toStdString());
     } catch (std::exception const& e) {
-        ConfigTool::setErrorMessage(record, QStringLiteral("Processor of type '%1' could not be created: '%2'.")
-                                                .arg(record.GetProcessorType(), QString::fromUtf8(e.what())));
+        ConfigTool::setErrorMessage(record,
+            QStringLiteral("Processor of type '%1' could not be created: '%2'.")
+                .arg(record.GetProcessorType(), QString::fromUtf8(e.what())));
     }
 }
 
 template <class Traits, class Socket>
-void ProcessorGroupHandlerTemplate<Traits, Socket>::createProcessor(zelmsg::ControlMessage& record,
-                                                                     std::string const& name)
+void ProcessorGroupHandlerTemplate<Traits, Socket>::createProcessor(
+    zelmsg::ControlMessage& record, std::string const& name)
 {
-    ProcessorInfo const info(std::as_const(record).GetProcessor(), record.GetProcessorType().toStdString(), name, groupName,
-                             addressPrefix);
+    ProcessorInfo const info(
+        std::as_const(record).GetProcessor(), record.GetProcessorType().toStdString(), name, groupName, addressPrefix);
     std::unique_ptr<ProcessorBase> processor(pluginManager->createProcessor(info));
     if (!processor) {
         return ConfigTool::setErrorMessage(
@@ -114,8 +118,8 @@ void ProcessorGroupHandlerTemplate<Traits, Socket>::remove(zelmsg::ControlMessag
     QString const name = record.GetProcessorName();
     auto const it = processors.find(name.toStdString());
     if (it == processors.end())
-        return ConfigTool::setErrorMessage(record,
-                                           QStringLiteral("A processor with the name '%1' does not exists.").arg(name));
+        return ConfigTool::setErrorMessage(
+            record, QStringLiteral("A processor with the name '%1' does not exists.").arg(name));
     // The last reference: stops the processor and waits for its thread before the reply goes.
     processors.erase(it);
     ConfigTool::setResultSuccess(record);

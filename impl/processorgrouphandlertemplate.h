@@ -25,8 +25,8 @@ template <class Traits, class Socket>
 class ProcessorGroupHandlerTemplate : public MessageHandler<Socket, ControlMessage>
 {
 public:
-    ProcessorGroupHandlerTemplate(std::string const& groupName, std::string const& addressPrefix,
-                                  std::shared_ptr<PluginManager> pluginManager);
+    ProcessorGroupHandlerTemplate(
+        std::string const& groupName, std::string const& addressPrefix, std::shared_ptr<PluginManager> pluginManager);
     ~ProcessorGroupHandlerTemplate() override;
 
     // Throws SocketError without a reply socket, before decoding.

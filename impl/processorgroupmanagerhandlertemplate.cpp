@@ -11,28 +11,26 @@ namespace zel {
 template <class Traits>
 ProcessorGroupManagerHandlerTemplate<Traits>::ProcessorGroupManagerHandlerTemplate(
     std::shared_ptr<PluginManager> pluginManager, std::string const& addressPrefix)
-    : addressPrefix(addressPrefix), pluginManager(std::move(pluginManager))
-{
-}
+    : addressPrefix(addressPrefix)
+    , pluginManager(std::move(pluginManager))
+{ }
 
-template <class Traits>
-ProcessorGroupManagerHandlerTemplate<Traits>::~ProcessorGroupManagerHandlerTemplate()
+template <class Traits> ProcessorGroupManagerHandlerTemplate<Traits>::~ProcessorGroupManagerHandlerTemplate()
 {
     // Groups go before the plug-in manager their processors came from.
     groups.clear();
 }
 
 template <class Traits>
-void ProcessorGroupManagerHandlerTemplate<Traits>::handleMessage(ControlMessage& message,
-                                                                 ZmqControlSocketTemplate<Traits>* replySocket)
+void ProcessorGroupManagerHandlerTemplate<Traits>::handleMessage(
+    ControlMessage& message, ZmqControlSocketTemplate<Traits>* replySocket)
 {
     if (!replySocket)
         throw SocketError("No reply socket available");
     serveControlMessage(message, replySocket, [this](zelmsg::ControlMessage& record) { operate(record); });
 }
 
-template <class Traits>
-void ProcessorGroupManagerHandlerTemplate<Traits>::operate(zelmsg::ControlMessage& record)
+template <class Traits> void ProcessorGroupManagerHandlerTemplate<Traits>::operate(zelmsg::ControlMessage& record)
 {
     switch (record.GetMessageType()) {
     case zelmsg::ControlMessage::QueryGroups:
@@ -46,14 +44,12 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::operate(zelmsg::ControlMessag
     }
 }
 
-template <class Traits>
-void ProcessorGroupManagerHandlerTemplate<Traits>::queryGroups(zelmsg::ControlMessage& record)
+template <class Traits> void ProcessorGroupManagerHandlerTemplate<Traits>::queryGroups(zelmsg::ControlMessage& record)
 {
     ConfigTool::setResultSuccess(record, joinNames(groups));
 }
 
-template <class Traits>
-void ProcessorGroupManagerHandlerTemplate<Traits>::createGroup(zelmsg::ControlMessage& record)
+template <class Traits> void ProcessorGroupManagerHandlerTemplate<Traits>::createGroup(zelmsg::ControlMessage& record)
 {
     std::string const name = record.GetGroupName().toStdString();
     if (groups.count(name) != 0)
@@ -66,8 +62,7 @@ void ProcessorGroupManagerHandlerTemplate<Traits>::createGroup(zelmsg::ControlMe
     ConfigTool::setResultSuccess(record);
 }
 
-template <class Traits>
-void ProcessorGroupManagerHandlerTemplate<Traits>::deleteGroup(zelmsg::ControlMessage& record)
+template <class Traits> void ProcessorGroupManagerHandlerTemplate<Traits>::deleteGroup(zelmsg::ControlMessage& record)
 {
     auto const it = groups.find(record.GetGroupName().toStdString());
     if (it == groups.end())

@@ -22,11 +22,12 @@ class PluginManager;
 // Answers QueryGroups, CreateGroup and DeleteGroup; its map is what keeps the groups alive.
 // Destroying it stops every group, one at a time. On the manager's thread.
 template <class Traits>
-class ProcessorGroupManagerHandlerTemplate : public virtual MessageHandler<ZmqControlSocketTemplate<Traits>, ControlMessage>
+class ProcessorGroupManagerHandlerTemplate
+    : public virtual MessageHandler<ZmqControlSocketTemplate<Traits>, ControlMessage>
 {
 public:
-    ProcessorGroupManagerHandlerTemplate(std::shared_ptr<PluginManager> pluginManager,
-                                         std::string const& addressPrefix);
+    ProcessorGroupManagerHandlerTemplate(
+        std::shared_ptr<PluginManager> pluginManager, std::string const& addressPrefix);
     ~ProcessorGroupManagerHandlerTemplate() override;
 
     // Throws SocketError without a reply socket, before decoding.

@@ -10,34 +10,27 @@ namespace zel {
 template <class Traits>
 ProcessorGroupManagerTemplate<Traits>::ProcessorGroupManagerTemplate(std::string const& addressPrefix)
     : ProcessorGroupManagerTemplate(std::make_shared<PluginManager>(), addressPrefix)
-{
-}
+{ }
 
 template <class Traits>
-ProcessorGroupManagerTemplate<Traits>::ProcessorGroupManagerTemplate(std::shared_ptr<PluginManager> pluginManager,
-                                                                     std::string const& addressPrefix)
-    : addressPrefix(addressPrefix), pluginManager(std::move(pluginManager))
-{
-}
+ProcessorGroupManagerTemplate<Traits>::ProcessorGroupManagerTemplate(
+    std::shared_ptr<PluginManager> pluginManager, std::string const& addressPrefix)
+    : addressPrefix(addressPrefix)
+    , pluginManager(std::move(pluginManager))
+{ }
 
-template <class Traits>
-ProcessorGroupManagerTemplate<Traits>::~ProcessorGroupManagerTemplate()
-{
-    release();
-}
+template <class Traits> ProcessorGroupManagerTemplate<Traits>::~ProcessorGroupManagerTemplate() { release(); }
 
-template <class Traits>
-bool ProcessorGroupManagerTemplate<Traits>::initialize()
+template <class Traits> bool ProcessorGroupManagerTemplate<Traits>::initialize()
 {
     ZmqControllable::initialize();
     handler = std::make_unique<ProcessorGroupManagerHandlerTemplate<Traits>>(std::move(pluginManager), addressPrefix);
     connectToRouter(handler.get(), Endpoints::getInternalRouterEndpoint(addressPrefix),
-                    Endpoints::getGroupManagerEndpoint(addressPrefix));
+        Endpoints::getGroupManagerEndpoint(addressPrefix));
     return true;
 }
 
-template <class Traits>
-void ProcessorGroupManagerTemplate<Traits>::release()
+template <class Traits> void ProcessorGroupManagerTemplate<Traits>::release()
 {
     disconnectFromRouter();
     handler.reset();

@@ -9,13 +9,11 @@ namespace zel {
 
 class PluginManager;
 
-template <class Traits>
-class ProcessorGroupManagerHandlerTemplate;
+template <class Traits> class ProcessorGroupManagerHandlerTemplate;
 
 // The root of the processing side: makes and deletes groups on request, reached through the
 // router under the bare address prefix. Constructed by the Environment; runs on its own thread.
-template <class Traits>
-class ProcessorGroupManagerTemplate : public RoutedService
+template <class Traits> class ProcessorGroupManagerTemplate : public RoutedService
 {
 public:
     explicit ProcessorGroupManagerTemplate(std::string const& addressPrefix);

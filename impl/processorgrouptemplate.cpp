@@ -8,32 +8,27 @@
 namespace zel {
 
 template <class Traits>
-ProcessorGroupTemplate<Traits>::ProcessorGroupTemplate(std::shared_ptr<PluginManager> pluginManager,
-                                                       std::string const& groupName, std::string const& addressPrefix)
-    : groupName(groupName), addressPrefix(addressPrefix), pluginManager(std::move(pluginManager))
-{
-}
+ProcessorGroupTemplate<Traits>::ProcessorGroupTemplate(
+    std::shared_ptr<PluginManager> pluginManager, std::string const& groupName, std::string const& addressPrefix)
+    : groupName(groupName)
+    , addressPrefix(addressPrefix)
+    , pluginManager(std::move(pluginManager))
+{ }
 
-template <class Traits>
-ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate()
-{
-    release();
-}
+template <class Traits> ProcessorGroupTemplate<Traits>::~ProcessorGroupTemplate() { release(); }
 
-template <class Traits>
-bool ProcessorGroupTemplate<Traits>::initialize()
+template <class Traits> bool ProcessorGroupTemplate<Traits>::initialize()
 {
     ZmqControllable::initialize();
-    nameServiceThread = std::make_unique<ZmqControllableThread<NameService>>(
-        std::make_unique<NameService>(groupName, addressPrefix));
+    nameServiceThread
+        = std::make_unique<ZmqControllableThread<NameService>>(std::make_unique<NameService>(groupName, addressPrefix));
     handler = std::make_unique<Handler>(groupName, addressPrefix, std::move(pluginManager));
     connectToRouter(handler.get(), Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
-                    Endpoints::getGroupEndpoint(groupName, addressPrefix));
+        Endpoints::getGroupEndpoint(groupName, addressPrefix));
     return true;
 }
 
-template <class Traits>
-void ProcessorGroupTemplate<Traits>::release()
+template <class Traits> void ProcessorGroupTemplate<Traits>::release()
 {
     disconnectFromRouter();
     handler.reset();

@@ -12,17 +12,15 @@ namespace zel {
 
 class PluginManager;
 
-template <class Traits, class Socket>
-class ProcessorGroupHandlerTemplate;
+template <class Traits, class Socket> class ProcessorGroupHandlerTemplate;
 
 // A named scope of processors on a thread of its own, with its own name service and broadcast
 // socket. Reached through the router under prefix/group. Constructed on the manager's thread.
-template <class Traits>
-class ProcessorGroupTemplate : public RoutedService
+template <class Traits> class ProcessorGroupTemplate : public RoutedService
 {
 public:
-    ProcessorGroupTemplate(std::shared_ptr<PluginManager> pluginManager, std::string const& groupName,
-                           std::string const& addressPrefix);
+    ProcessorGroupTemplate(
+        std::shared_ptr<PluginManager> pluginManager, std::string const& groupName, std::string const& addressPrefix);
     ~ProcessorGroupTemplate() override;
 
     bool initialize() override;

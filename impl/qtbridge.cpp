@@ -5,10 +5,10 @@
 namespace zel {
 
 QtBridge::QtBridge(zelmsg::Processor const& configuration, std::string const& processorName,
-                   std::string const& groupName, std::string const& addressPrefix)
-    : QObject(nullptr), ProcessorBase(configuration, processorName, groupName, addressPrefix)
-{
-}
+    std::string const& groupName, std::string const& addressPrefix)
+    : QObject(nullptr)
+    , ProcessorBase(configuration, processorName, groupName, addressPrefix)
+{ }
 
 QtBridge::~QtBridge() { input.release(); }
 

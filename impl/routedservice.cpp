@@ -8,7 +8,7 @@ namespace zel {
 void RoutedService::process() { dispatchUntilStopped({ { routerSocketIndex, inputClient.get() } }); }
 
 void RoutedService::connectToRouter(MessageHandler<ControlSocket, ControlMessage>* handler,
-                                    std::string const& routerEndpoint, std::string const& identity)
+    std::string const& routerEndpoint, std::string const& identity)
 {
     routerSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::dealer));
     inputClient = std::make_unique<InputClientBase<ControlSocket, ControlMessage>>(

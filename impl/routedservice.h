@@ -25,7 +25,7 @@ protected:
 
     // Creates the DEALER, connects it to the router under `identity` and adds it to the reader.
     void connectToRouter(MessageHandler<ControlSocket, ControlMessage>* handler, std::string const& routerEndpoint,
-                         std::string const& identity);
+        std::string const& identity);
     // From here on the service is unreachable.
     void disconnectFromRouter();
 
@@ -36,8 +36,7 @@ private:
 };
 
 // The names of a map's entries in its order, joined with commas: the answer of the Query messages.
-template <class Map>
-QString joinNames(Map const& map)
+template <class Map> QString joinNames(Map const& map)
 {
     QStringList names;
     for (auto const& entry : map)

@@ -28,13 +28,14 @@ void traceUndeliverable(RouterMessage const& message)
                           .arg(printable(message.source), printable(message.destination)));
 }
 
-Router::Router(std::string const& frontendAddress) : Router(std::make_shared<std::string>(frontendAddress)) {}
+Router::Router(std::string const& frontendAddress)
+    : Router(std::make_shared<std::string>(frontendAddress))
+{ }
 
 Router::Router(std::shared_ptr<std::string> frontendAddress)
-    : frontendAddress(std::move(frontendAddress)),
-      internalAddress(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault))
-{
-}
+    : frontendAddress(std::move(frontendAddress))
+    , internalAddress(Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault))
+{ }
 
 Router::~Router() { release(); }
 

@@ -2,7 +2,9 @@
 
 namespace zel {
 
-SocketError::SocketError(std::string text) : text(std::move(text)) {}
+SocketError::SocketError(std::string text)
+    : text(std::move(text))
+{ }
 
 char const* SocketError::what() const noexcept { return text.c_str(); }
 

@@ -4,7 +4,9 @@
 
 namespace zel {
 
-SocketReader::SocketReader() : timeout(socketInfiniteTimeout) {}
+SocketReader::SocketReader()
+    : timeout(socketInfiniteTimeout)
+{ }
 
 SocketReader::~SocketReader() = default;
 

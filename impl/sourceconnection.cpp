@@ -5,8 +5,8 @@
 
 namespace zel {
 
-FilterChange connectSource(zelmsg::Processor& configuration, zmq::socket_t& socket, QString const& address,
-                           QVector<QString> const& filters)
+FilterChange connectSource(
+    zelmsg::Processor& configuration, zmq::socket_t& socket, QString const& address, QVector<QString> const& filters)
 {
     if (ConfigTool::addDataSource(configuration, address))
         ZmqHelper::connectSocket(socket, address.toStdString());

@@ -6,8 +6,8 @@
 
 namespace zel {
 
-void StreamInput::create(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader,
-                         int receiveHighWaterMark)
+void StreamInput::create(
+    MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader, int receiveHighWaterMark)
 {
     socket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
     client = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(

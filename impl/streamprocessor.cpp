@@ -12,15 +12,13 @@
 namespace zel {
 
 StreamProcessor::StreamProcessor(std::string const& processorName, std::string const& groupName,
-                                 std::string const& streamName, std::string const& streamAddress,
-                                 std::string const& addressPrefix)
-    : StreamProcessor(ControlMessageHelper::makeProcessorConfig(streamName, streamAddress), processorName, groupName,
-                      addressPrefix)
-{
-}
+    std::string const& streamName, std::string const& streamAddress, std::string const& addressPrefix)
+    : StreamProcessor(
+        ControlMessageHelper::makeProcessorConfig(streamName, streamAddress), processorName, groupName, addressPrefix)
+{ }
 
 StreamProcessor::StreamProcessor(zelmsg::Processor const& configuration, std::string const& processorName,
-                                 std::string const& groupName, std::string const& addressPrefix)
+    std::string const& groupName, std::string const& addressPrefix)
     : ProcessorBase(configuration, processorName, groupName, addressPrefix)
 {
     checkDataStreamConfig();

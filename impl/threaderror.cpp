@@ -2,7 +2,9 @@
 
 namespace zel {
 
-ThreadError::ThreadError(std::string text) : text(std::move(text)) {}
+ThreadError::ThreadError(std::string text)
+    : text(std::move(text))
+{ }
 
 char const* ThreadError::what() const noexcept { return text.c_str(); }
 

@@ -13,10 +13,10 @@ QString tracePath(char const* file);
 
 } // namespace zel
 
-#define ZEL_TRACE(bit, text)                                                                                 \
-    do {                                                                                                     \
-        if (ErrorHandler::Instance().IsTraceOn(bit))                                                         \
-            _Q_Trace((text), zel::tracePath(__FILE__), static_cast<unsigned short>(__LINE__));               \
+#define ZEL_TRACE(bit, text)                                                                                           \
+    do {                                                                                                               \
+        if (ErrorHandler::Instance().IsTraceOn(bit))                                                                   \
+            _Q_Trace((text), zel::tracePath(__FILE__), static_cast<unsigned short>(__LINE__));                         \
     } while (false)
 
 #define ZEL_TRACE_FAILURE(text) ZEL_TRACE(ErrorHandler::TraceFailures, text)

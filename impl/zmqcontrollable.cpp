@@ -20,7 +20,7 @@ bool ZmqControllable::checkControlSocket()
     return false;
 }
 
-void ZmqControllable::release() {}
+void ZmqControllable::release() { }
 
 void ZmqControllable::setControlSocket(std::shared_ptr<zmq::socket_t> socket) { controlSocket = std::move(socket); }
 

@@ -9,13 +9,15 @@
 namespace zel {
 
 ZmqThreadController::ZmqThreadController()
-    : socket(ZmqControllerSupport::makePairSocket()), address(makeUniqueSocketAddress())
+    : socket(ZmqControllerSupport::makePairSocket())
+    , address(makeUniqueSocketAddress())
 {
     ZmqHelper::bindSocket(*socket, address);
 }
 
 ZmqThreadController::ZmqThreadController(ZmqThreadController&& other) noexcept
-    : socket(std::move(other.socket)), address(std::move(other.address))
+    : socket(std::move(other.socket))
+    , address(std::move(other.address))
 {
     other.address.clear();
 }
@@ -44,9 +46,15 @@ zelmsg::ControlMessage ZmqThreadController::makeCreatedControlMessage(
     return message;
 }
 
-bool ZmqThreadController::signalReady() { return sendToCreator(makeCreatedControlMessage(zelmsg::ControlMessage::Success)); }
+bool ZmqThreadController::signalReady()
+{
+    return sendToCreator(makeCreatedControlMessage(zelmsg::ControlMessage::Success));
+}
 
-bool ZmqThreadController::signalError() { return sendToCreator(makeCreatedControlMessage(zelmsg::ControlMessage::Error)); }
+bool ZmqThreadController::signalError()
+{
+    return sendToCreator(makeCreatedControlMessage(zelmsg::ControlMessage::Error));
+}
 
 bool ZmqThreadController::sendToCreator(zelmsg::ControlMessage const& message)
 {
@@ -54,8 +62,8 @@ bool ZmqThreadController::sendToCreator(zelmsg::ControlMessage const& message)
         zmq::socket_t sender = Context::createSocket(zmq::socket_type::pair);
         sender.connect(address);
         QByteArray const text = message.GetXmlString().toUtf8();
-        auto const sent = sender.send(zmq::const_buffer(text.constData(), static_cast<size_t>(text.size())),
-                                      zmq::send_flags::none);
+        auto const sent
+            = sender.send(zmq::const_buffer(text.constData(), static_cast<size_t>(text.size())), zmq::send_flags::none);
         return sent.value_or(0) == static_cast<size_t>(text.size());
     } catch (std::exception const& e) {
         ZEL_TRACE_FAILURE(QStringLiteral("Sending to creator thread failed: (%1)").arg(QString::fromUtf8(e.what())));

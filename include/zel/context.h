@@ -1,7 +1,7 @@
 #pragma once
 
-#include <zel/zel_export.h>
 #include <zel/host/iabstractterminationtarget.h>
+#include <zel/zel_export.h>
 
 #include <zmq.hpp>
 

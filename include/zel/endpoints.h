@@ -24,12 +24,11 @@ struct ZEL_EXPORT Endpoints
     static std::string getGroupEndpoint(std::string const& groupName, std::string const& addressPrefix);
     static std::string getGroupBroadcastEndpoint(std::string const& groupName, std::string const& addressPrefix);
     static std::string getNameServiceEndpoint(std::string const& groupName, std::string const& addressPrefix);
-    static std::string getInternalNameServiceEndpoint(std::string const& groupName,
-                                                      std::string const& addressPrefix);
-    static std::string getProcessorEndpoint(std::string const& groupName, std::string const& processorName,
-                                            std::string const& addressPrefix);
+    static std::string getInternalNameServiceEndpoint(std::string const& groupName, std::string const& addressPrefix);
+    static std::string getProcessorEndpoint(
+        std::string const& groupName, std::string const& processorName, std::string const& addressPrefix);
     static std::string getInprocStreamEndpoint(std::string const& groupName, std::string const& processorName,
-                                               std::string const& streamName, std::string const& addressPrefix);
+        std::string const& streamName, std::string const& addressPrefix);
 };
 
 } // namespace zel

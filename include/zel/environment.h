@@ -11,8 +11,7 @@
 namespace zel {
 
 class PluginManager;
-template <class Traits>
-class ProcessorGroupManagerTemplate;
+template <class Traits> class ProcessorGroupManagerTemplate;
 
 // A running system. The constructor brings up the router (and the group manager) and returns when
 // both run; the destructor stops everything below, down to the last processor, router last.

@@ -25,8 +25,8 @@ class HttpBridgeWorker;
 class ZEL_EXPORT HttpBridge : public ProcessorBase, public MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>
 {
 public:
-    HttpBridge(zelmsg::Processor const& configuration, std::string const& processorName,
-               std::string const& groupName, std::string const& addressPrefix);
+    HttpBridge(zelmsg::Processor const& configuration, std::string const& processorName, std::string const& groupName,
+        std::string const& addressPrefix);
     ~HttpBridge() override;
 
     static QString getProcessorType();

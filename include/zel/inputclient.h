@@ -15,14 +15,13 @@ public:
 };
 
 // Owns the socket wrapper, not the handler; the handler answers on the same socket.
-template <class S, class M>
-class InputClientBase : public InputClient
+template <class S, class M> class InputClientBase : public InputClient
 {
 public:
     InputClientBase(std::unique_ptr<S> socket, MessageHandler<S, M>* handler)
-        : socket(std::move(socket)), handler(handler)
-    {
-    }
+        : socket(std::move(socket))
+        , handler(handler)
+    { }
 
     void processInput() override
     {
@@ -36,8 +35,7 @@ protected:
 };
 
 // For SUB sockets: the handler gets no socket to answer on.
-template <class S, class M>
-class SubInputClient : public InputClientBase<S, M>
+template <class S, class M> class SubInputClient : public InputClientBase<S, M>
 {
 public:
     using InputClientBase<S, M>::InputClientBase;
@@ -50,14 +48,14 @@ public:
 };
 
 // Reads from one socket and gives the handler the other one, unchanged message and all.
-template <class IS, class M, class OS>
-class ForwardingInputClient : public InputClient
+template <class IS, class M, class OS> class ForwardingInputClient : public InputClient
 {
 public:
     ForwardingInputClient(std::shared_ptr<IS> input, MessageHandler<OS, M>* handler, std::shared_ptr<OS> output)
-        : input(std::move(input)), handler(handler), output(std::move(output))
-    {
-    }
+        : input(std::move(input))
+        , handler(handler)
+        , output(std::move(output))
+    { }
 
     void processInput() override
     {

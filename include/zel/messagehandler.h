@@ -10,8 +10,7 @@ public:
 
 // What receives the messages of an input client. `socket` is where to answer, and may be null
 // (a SUB socket cannot answer). Runs on the thread that owns the socket.
-template <class S, class M>
-class MessageHandler : MessageHandlerPrivateBase
+template <class S, class M> class MessageHandler : MessageHandlerPrivateBase
 {
 public:
     ~MessageHandler() override = default;

@@ -11,8 +11,7 @@
 
 namespace zel {
 
-template <class Socket, class Store>
-class NameServiceHandlerTemplate;
+template <class Socket, class Store> class NameServiceHandlerTemplate;
 
 // Stream names to addresses for one group, behind two doors to one store: a ROUTER socket at the
 // group's internal name service endpoint (REQ clients), and a DEALER behind the router under the

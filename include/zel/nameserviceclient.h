@@ -26,8 +26,8 @@ public:
     NameServiceClient(std::string const& address, std::shared_ptr<RequestClient> client);
 
     // Each true when the service answered Success; otherwise getLastMessageText says why.
-    bool registerStream(std::string const& name, std::string const& processorName,
-                        std::vector<std::string> const& addresses);
+    bool registerStream(
+        std::string const& name, std::string const& processorName, std::vector<std::string> const& addresses);
     bool deregisterStream(std::string const& name);
     // Writes the two out arguments only on success.
     bool resolveStream(std::string const& name, std::string& processorName, std::vector<std::string>& addresses);

@@ -24,7 +24,7 @@ class ZEL_EXPORT ProcessorBase : public ZmqControllable, public ProcessorControl
 public:
     ProcessorBase(std::string const& processorName, std::string const& groupName, std::string const& addressPrefix);
     ProcessorBase(zelmsg::Processor const& configuration, std::string const& processorName,
-                  std::string const& groupName, std::string const& addressPrefix);
+        std::string const& groupName, std::string const& addressPrefix);
     ~ProcessorBase() override;
 
     // Derived classes call this first and stop at false, then build their own sockets.

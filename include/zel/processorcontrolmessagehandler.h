@@ -13,17 +13,17 @@ ZEL_EXPORT void operateProcessor(ProcessorControlInterface& processor, zelmsg::C
 
 // Turns a control message into one call on the processor and the result into a reply, sent after
 // the call has ended. Without a socket (a broadcast) the result is dropped. Exceptions pass through.
-template <class S>
-class ProcessorControlMessageHandler : public MessageHandler<S, ControlMessage>
+template <class S> class ProcessorControlMessageHandler : public MessageHandler<S, ControlMessage>
 {
 public:
-    explicit ProcessorControlMessageHandler(ProcessorControlInterface* processor) : processor(processor) {}
+    explicit ProcessorControlMessageHandler(ProcessorControlInterface* processor)
+        : processor(processor)
+    { }
 
     void handleMessage(ControlMessage& message, S* socket) override
     {
-        serveControlMessage(message, socket, [this](zelmsg::ControlMessage& record) {
-            operateProcessor(*processor, record);
-        });
+        serveControlMessage(
+            message, socket, [this](zelmsg::ControlMessage& record) { operateProcessor(*processor, record); });
     }
 
 private:

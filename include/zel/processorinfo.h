@@ -11,10 +11,10 @@ namespace zel {
 struct ZEL_EXPORT ProcessorInfo
 {
     ProcessorInfo(zelmsg::Processor configuration, std::string processorType, std::string processorName,
-                  std::string groupName, std::string addressPrefix);
+        std::string groupName, std::string addressPrefix);
 
     zelmsg::Processor configuration; // from the Create message
-    std::string processorType;       // as written, bare or "plugin.Type"
+    std::string processorType; // as written, bare or "plugin.Type"
     std::string processorName;
     std::string groupName;
     std::string addressPrefix;

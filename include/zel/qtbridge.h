@@ -14,13 +14,15 @@ namespace zel {
 // Hands a byte stream to a Qt application in the same process: one si_message per received
 // message, emitted on the processor's thread (a receiver elsewhere gets it queued). The bridge is
 // in the QtRepository under its endpoint string from initialize to release.
-class ZEL_EXPORT QtBridge : public QObject, public ProcessorBase, public MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>
+class ZEL_EXPORT QtBridge : public QObject,
+                            public ProcessorBase,
+                            public MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>
 {
     Q_OBJECT
 
 public:
     QtBridge(zelmsg::Processor const& configuration, std::string const& processorName, std::string const& groupName,
-             std::string const& addressPrefix);
+        std::string const& addressPrefix);
     ~QtBridge() override;
 
     static QString getProcessorType();

@@ -3,8 +3,7 @@
 namespace zel {
 
 // The receiving half of a typed socket.
-template <class M>
-class ReceiveSocket
+template <class M> class ReceiveSocket
 {
 public:
     virtual M receiveMessage() = 0;

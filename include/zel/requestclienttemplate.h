@@ -18,14 +18,14 @@ namespace zel {
 // One blocking request over a REQ socket: send a record, wait for the answer or the time-out.
 // After a time-out the socket is thrown away and a new one connected, so a late answer never
 // passes for the answer to a later request. Belongs to the thread that made it.
-template <class Socket, class ControlSocket, class Reader>
-class RequestClientTemplate : public MessageTextProvider
+template <class Socket, class ControlSocket, class Reader> class RequestClientTemplate : public MessageTextProvider
 {
 public:
     // Builds and connects; `addressed` keeps the envelope's address frame on the wire (a peer
     // behind the router). zmq::error_t on failure.
     RequestClientTemplate(std::string const& address, bool addressed, int timeout)
-        : address(address), format(addressed ? AddressPayload : PayloadOnly)
+        : address(address)
+        , format(addressed ? AddressPayload : PayloadOnly)
     {
         build();
         reader->setTimeout(timeout);
@@ -87,7 +87,7 @@ public:
 
     // The exchange of a stream resolve; only a good answer writes the two out arguments.
     bool resolve(std::string const& envelopeAddress, std::string const& name, std::string& processorName,
-                 std::vector<std::string>& addresses)
+        std::vector<std::string>& addresses)
     {
         zelmsg::ControlMessage record = ControlMessageHelper::makeResolveStreamMessage(name);
         if (!request(envelopeAddress, record))

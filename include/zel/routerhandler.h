@@ -13,8 +13,7 @@ ZEL_EXPORT void traceUndeliverable(RouterMessage const& message);
 
 // Sends what the router received out of its other socket, unchanged. A message that cannot be
 // delivered (no peer of that identity) is dropped and traced; the router goes on.
-template <class S>
-class RouterHandler : public MessageHandler<S, RouterMessage>
+template <class S> class RouterHandler : public MessageHandler<S, RouterMessage>
 {
 public:
     void handleMessage(RouterMessage& message, S* socket) override

@@ -3,8 +3,7 @@
 namespace zel {
 
 // The sending half of a typed socket.
-template <class M>
-class SendSocket
+template <class M> class SendSocket
 {
 public:
     virtual void sendMessage(M const& message) = 0;

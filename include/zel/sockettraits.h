@@ -5,8 +5,7 @@
 namespace zel {
 
 // Names the socket type for the socket templates; the system instantiates them for zmq::socket_t only.
-template <class Socket>
-struct SocketTraits
+template <class Socket> struct SocketTraits
 {
     using SocketType = Socket;
 };

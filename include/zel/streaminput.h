@@ -25,7 +25,7 @@ class ZEL_EXPORT StreamInput
 public:
     // Creates the socket and its input client, and adds the socket to the reader.
     void create(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader,
-                int receiveHighWaterMark = -1);
+        int receiveHighWaterMark = -1);
     void release();
 
     // A source new to the configuration is connected; the filters are merged into it, and the new

@@ -20,9 +20,9 @@ class ZEL_EXPORT StreamProcessor : public ProcessorBase, public MessageHandler<Z
 public:
     // The configuration holds one stream with one address. CreateProcessorError for a bad one.
     StreamProcessor(std::string const& processorName, std::string const& groupName, std::string const& streamName,
-                    std::string const& streamAddress, std::string const& addressPrefix);
+        std::string const& streamAddress, std::string const& addressPrefix);
     StreamProcessor(zelmsg::Processor const& configuration, std::string const& processorName,
-                    std::string const& groupName, std::string const& addressPrefix);
+        std::string const& groupName, std::string const& addressPrefix);
     ~StreamProcessor() override;
 
     bool initialize() override;

@@ -12,12 +12,13 @@ namespace zel {
 // A thread that runs one object: initialize, process until stopped, release, delete; all on the
 // thread. The constructor returns once initialize has succeeded (ThreadError otherwise); the
 // destructor stops the thread and returns when it has ended. Neither has a time-out.
-template <class T, class Controller>
-class ControllableThread : public QThread
+template <class T, class Controller> class ControllableThread : public QThread
 {
 public:
     explicit ControllableThread(std::unique_ptr<T> object)
-        : QThread(nullptr), controllable(std::move(object)), controller(this)
+        : QThread(nullptr)
+        , controllable(std::move(object))
+        , controller(this)
     {
         controller.setupCreator();
     }
@@ -78,14 +79,12 @@ private:
     Controller controller;
 };
 
-template <class T>
-class ZmqControllableThread : public ControllableThread<T, ZmqController<T>>
+template <class T> class ZmqControllableThread : public ControllableThread<T, ZmqController<T>>
 {
 public:
     explicit ZmqControllableThread(std::unique_ptr<T> object)
         : ControllableThread<T, ZmqController<T>>(std::move(object))
-    {
-    }
+    { }
 };
 
 } // namespace zel

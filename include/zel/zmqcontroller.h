@@ -2,8 +2,8 @@
 
 #include <zel/socketerror.h>
 #include <zel/threaderror.h>
-#include <zel/zmqhelper.h>
 #include <zel/zel_export.h>
+#include <zel/zmqhelper.h>
 
 #include <QByteArray>
 #include <QThread>
@@ -38,11 +38,12 @@ struct ZEL_EXPORT ZmqControllerSupport
 
 // The start hand-shake between the creator's thread and a new thread: a state under a mutex and a
 // condition. setupCreator and stopThread run on the creator's thread, the rest on the new one.
-template <class T>
-class ControllerBase
+template <class T> class ControllerBase
 {
 public:
-    explicit ControllerBase(QThread* thread) : thread(thread) {}
+    explicit ControllerBase(QThread* thread)
+        : thread(thread)
+    { }
     virtual ~ControllerBase() = default;
 
     // Starts the thread and blocks until it runs; ThreadError when it failed. No time-out.
@@ -62,8 +63,8 @@ public:
     }
     // Waits without limit until the thread has ended.
     virtual void stopThread() { thread->wait(); }
-    virtual void setupThread(T*) {}
-    virtual void cleanupThread() {}
+    virtual void setupThread(T*) { }
+    virtual void cleanupThread() { }
 
     void setState(int newState, bool wake)
     {
@@ -106,8 +107,7 @@ protected:
 // comes from this object's address, which a new controller may share with one just destroyed whose
 // socket still holds the endpoint, and a connect before the bind would reach that dead socket.
 // A stop frame that cannot be sent is sent again on a fresh socket every 100 ms while the thread runs.
-template <class T>
-class ZmqController : public ControllerBase<T>
+template <class T> class ZmqController : public ControllerBase<T>
 {
 public:
     using ControllerBase<T>::ControllerBase;
@@ -158,7 +158,7 @@ public:
         object->setControlSocket(socket);
     }
 
-    void cleanupThread() override {}
+    void cleanupThread() override { }
 
 protected:
     // One blocking frame; whether all bytes went. Nothing thrown.
@@ -167,8 +167,8 @@ protected:
         try {
             if (!socket)
                 return false;
-            auto const sent = socket->send(zmq::const_buffer(message.constData(), static_cast<size_t>(message.size())),
-                                           zmq::send_flags::none);
+            auto const sent = socket->send(
+                zmq::const_buffer(message.constData(), static_cast<size_t>(message.size())), zmq::send_flags::none);
             return sent.value_or(0) == static_cast<size_t>(message.size());
         } catch (std::exception const&) {
             return false;

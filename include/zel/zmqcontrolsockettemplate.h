@@ -1,10 +1,10 @@
 #pragma once
 
 #include <zel/controlmessage.h>
-#include <zel/zel_export.h>
 #include <zel/receivesocket.h>
 #include <zel/sendsocket.h>
 #include <zel/socketerror.h>
+#include <zel/zel_export.h>
 #include <zel/zmqframe.h>
 #include <zel/zmqsocketbase.h>
 
@@ -18,7 +18,7 @@ enum MessageFormat : std::int32_t {
     DelimiterAddressPayload = 1, // DEALER talking through the router
     DelimiterPayload = 2,
     AddressPayload = 3, // PUB/SUB, where the address is the topic
-    PayloadOnly = 4,    // REQ talking straight to its peer; any other value behaves the same
+    PayloadOnly = 4, // REQ talking straight to its peer; any other value behaves the same
 };
 
 // The frames before the payload: 'a' the address, 'd' an empty delimiter.
@@ -33,7 +33,10 @@ class ZmqControlSocketTemplate : public SendSocket<ControlMessage>,
 public:
     using Socket = typename Traits::SocketType;
 
-    ZmqControlSocketTemplate(Socket& socket, MessageFormat format) : ZmqSocketBase<Traits>(socket), format(format) {}
+    ZmqControlSocketTemplate(Socket& socket, MessageFormat format)
+        : ZmqSocketBase<Traits>(socket)
+        , format(format)
+    { }
 
     void sendMessage(ControlMessage const& message) override
     {
@@ -71,14 +74,12 @@ private:
 };
 
 // The group's broadcast sender: topic and payload, never received from.
-template <class Traits>
-class ZmqPubControlSocketTemplate : public ZmqControlSocketTemplate<Traits>
+template <class Traits> class ZmqPubControlSocketTemplate : public ZmqControlSocketTemplate<Traits>
 {
 public:
     explicit ZmqPubControlSocketTemplate(typename Traits::SocketType& socket)
         : ZmqControlSocketTemplate<Traits>(socket, AddressPayload)
-    {
-    }
+    { }
 
     ControlMessage receiveMessage() override
     {
@@ -87,14 +88,12 @@ public:
 };
 
 // A processor's broadcast input: topic and payload, never sent on.
-template <class Traits>
-class ZmqSubControlSocketTemplate : public ZmqControlSocketTemplate<Traits>
+template <class Traits> class ZmqSubControlSocketTemplate : public ZmqControlSocketTemplate<Traits>
 {
 public:
     explicit ZmqSubControlSocketTemplate(typename Traits::SocketType& socket)
         : ZmqControlSocketTemplate<Traits>(socket, AddressPayload)
-    {
-    }
+    { }
 
     void sendMessage(ControlMessage const&) override
     {

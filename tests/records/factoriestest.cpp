@@ -33,8 +33,8 @@ TEST(ControlMessageFactories, SetTheTypeAndOnlyTheirFields)
 TEST(ControlMessageFactories, SingleValueFormsEqualTheListForms)
 {
     EXPECT_TRUE(ControlMessageHelper::makeConnectStreamMessage("s", "a", std::string()).GetMessageFilter().isEmpty());
-    EXPECT_EQ(ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string> { "" })
-                  .GetMessageFilter(),
+    EXPECT_EQ(
+        ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string> { "" }).GetMessageFilter(),
         QVector<QString> { QStringLiteral("") });
     EXPECT_EQ(ControlMessageHelper::makeConnectStreamMessage("s", "a", "f"),
         ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string> { "f" }));

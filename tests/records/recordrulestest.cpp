@@ -36,7 +36,8 @@ char const* kindOf(RecordException const& e)
     return dynamic_cast<InvalidXmlException const*>(&e) ? "xml" : "other";
 }
 
-QString const streamWithoutName = QStringLiteral("<Processor><DataStream><Running>1</Running></DataStream></Processor>");
+QString const streamWithoutName
+    = QStringLiteral("<Processor><DataStream><Running>1</Running></DataStream></Processor>");
 
 } // namespace
 
@@ -119,8 +120,7 @@ TEST(RecordExceptions, EachFaultHasItsTypeAndText)
         [] {
             try {
                 throw InvalidXmlException(QStringLiteral("bad"));
-            } catch (std::exception const&) {
-            }
+            } catch (std::exception const&) { }
         }(),
         InvalidXmlException);
 }

@@ -55,8 +55,8 @@ TEST(RecordXml, CompactTextWithOrWithoutProlog)
     QString const xml = stopMessage().GetXmlString();
     EXPECT_EQ(xml.toStdString(),
         "<ControlMessage><MessageType>Stop</MessageType><StreamName>s1</StreamName></ControlMessage>");
-    EXPECT_EQ(read<ControlMessage>(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + xml),
-        stopMessage());
+    EXPECT_EQ(
+        read<ControlMessage>(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + xml), stopMessage());
 }
 
 TEST(RecordXml, TextThatIsNotARecordGivesFalseAndIsLogged)
@@ -93,8 +93,8 @@ TEST(RecordXml, EmptyElementsSetEmptyValuesAndUnsetRequiredOnesAreWritten)
     ControlMessage unset;
     unset.GetMessageFilter();
     unset.GetProcessor();
-    EXPECT_EQ(unset.GetXmlString().toStdString(),
-        "<ControlMessage><MessageType></MessageType><Processor/></ControlMessage>");
+    EXPECT_EQ(
+        unset.GetXmlString().toStdString(), "<ControlMessage><MessageType></MessageType><Processor/></ControlMessage>");
     auto const back = read<ControlMessage>(unset.GetXmlString());
     EXPECT_TRUE(back.IsMessageTypeSet()) << "an empty MessageType element sets -1";
     EXPECT_EQ(back.GetMessageType(), -1);

@@ -18,8 +18,7 @@ namespace {
 std::atomic<bool> routerThreadEnded { false };
 
 // Tells when the router's thread has run its last step.
-template <class T>
-class ObservedController : public zel::ZmqController<T>
+template <class T> class ObservedController : public zel::ZmqController<T>
 {
 public:
     using zel::ZmqController<T>::ZmqController;

@@ -67,7 +67,9 @@ TEST_F(RouterFrames, ReceivesSourceDestinationPayloadDroppingTheDelimiter)
 
 TEST_F(RouterFrames, SurplusFrameIsAnInvalidFormatAndStaysQueued)
 {
-    EXPECT_EQ(failure([&] { receiveFromPeer({ "", withNul("dst"), "payload", "surplus" }); }),
+    EXPECT_EQ(failure([&] {
+        receiveFromPeer({ "", withNul("dst"), "payload", "surplus" });
+    }),
         "Invalid message format");
     zmq::message_t frame;
     ASSERT_TRUE(router.recv(frame, zmq::recv_flags::dontwait));
@@ -78,9 +80,13 @@ TEST_F(RouterFrames, SurplusFrameIsAnInvalidFormatAndStaysQueued)
 TEST_F(RouterFrames, SendsOnlyToTheFullIdentityAndNothingOfAFailedMessage)
 {
     receiveFromPeer({ "", withNul("x"), "hello" });
-    EXPECT_EQ(failure([&] { wrapper.sendMessage({ bytes("src"), bytes(withNul("nobody")), "lost" }); }),
+    EXPECT_EQ(failure([&] {
+        wrapper.sendMessage({ bytes("src"), bytes(withNul("nobody")), "lost" });
+    }),
         zmq_strerror(EHOSTUNREACH));
-    EXPECT_EQ(failure([&] { wrapper.sendMessage({ bytes("src"), bytes("abc"), "without NUL" }); }),
+    EXPECT_EQ(failure([&] {
+        wrapper.sendMessage({ bytes("src"), bytes("abc"), "without NUL" });
+    }),
         zmq_strerror(EHOSTUNREACH));
     // The next message is the first thing the peer sees.
     wrapper.sendMessage({ bytes(withNul("src")), bytes(withNul("abc")), "reply" });

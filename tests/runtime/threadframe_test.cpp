@@ -18,8 +18,7 @@ std::atomic<int> sendCalls { 0 };
 QByteArray replacementStopFrame;
 
 // Fails the first stop frame, then sends whatever the test chose in place of the Shutdown record.
-template <class T>
-class TestController : public zel::ZmqController<T>
+template <class T> class TestController : public zel::ZmqController<T>
 {
 public:
     using zel::ZmqController<T>::ZmqController;

@@ -13,8 +13,7 @@ constexpr auto defaultDeadline = 10s;
 
 // Polls until the condition holds or the deadline passes; processes Qt events in between.
 // Returns whether the condition held.
-template <class Condition>
-bool waitUntil(Condition condition, std::chrono::milliseconds deadline = defaultDeadline)
+template <class Condition> bool waitUntil(Condition condition, std::chrono::milliseconds deadline = defaultDeadline)
 {
     auto const end = std::chrono::steady_clock::now() + deadline;
     while (!condition()) {

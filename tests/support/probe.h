@@ -33,9 +33,9 @@ public:
     enum class Fail { Nothing, InitializeFalse, InitializeThrows, InitializeThrowsOther, ProcessThrows, ReleaseThrows };
 
     explicit Probe(std::shared_ptr<ProbeJournal> journal, Fail fail = Fail::Nothing)
-        : journal(std::move(journal)), fail(fail)
-    {
-    }
+        : journal(std::move(journal))
+        , fail(fail)
+    { }
     ~Probe() override
     {
         noteThread();

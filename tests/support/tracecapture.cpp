@@ -5,7 +5,8 @@
 namespace zeltest {
 
 TraceCapture::TraceCapture(unsigned int flags)
-    : savedFlags(ErrorHandler::Instance().GetTraceFlags()), lines(std::make_shared<Lines>())
+    : savedFlags(ErrorHandler::Instance().GetTraceFlags())
+    , lines(std::make_shared<Lines>())
 {
     ErrorHandler::Instance().SetTraceSink([lines = lines](QString const& text, QString const& file, unsigned short) {
         std::lock_guard<std::mutex> lock(lines->mutex);

@@ -139,8 +139,8 @@ TEST_F(NameServiceTest, BothDoorsShareOneStore)
     EXPECT_TRUE(client.resolveStream("routed", processor, addresses));
     EXPECT_EQ(processor, "p2");
 
-    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("direct"))).GetResultType(),
-        Record::Success);
+    EXPECT_EQ(
+        routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("direct"))).GetResultType(), Record::Success);
     expectError(
         routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("direct"))), "Error: 'direct' does not exist");
 }
@@ -150,8 +150,7 @@ TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageType)
     std::string unknownName = xmlOf(ControlMessageHelper::makeResolveStreamMessage("s"));
     unknownName.replace(unknownName.find("ResolveStream"), 13, "ResolveStreams");
     std::vector<std::string> const payloads { xmlOf(ControlMessageHelper::makeStartStreamMessage("s")),
-        xmlOf(ControlMessageHelper::makeSetParameterMessage("s", "1")), unknownName, "garbage, \x01 not a record",
-        "" };
+        xmlOf(ControlMessageHelper::makeSetParameterMessage("s", "1")), unknownName, "garbage, \x01 not a record", "" };
     for (std::string const& payload : payloads) {
         SCOPED_TRACE(payload);
         expectError(direct(payload), "Unknown message type");

@@ -34,7 +34,7 @@ void err(QString const& text) { std::fprintf(stderr, "zelctl: %s\n", qPrintable(
 // A printer shows a good reply the way a person wants to read it.
 using Printer = std::function<void(ControlMessage const&)>;
 
-void printNothing(ControlMessage const&) {}
+void printNothing(ControlMessage const&) { }
 void printList(ControlMessage const& reply)
 {
     QString const list = reply.GetParameter();
@@ -103,7 +103,7 @@ bool processorConfig(Invocation& call, zelmsg::Processor& config)
     }
     if (call.line.has(QStringLiteral("--stream")))
         config = ControlMessageHelper::makeProcessorConfig(utf8(call.line.value(QStringLiteral("--stream"))),
-                                                           utf8(call.line.value(QStringLiteral("--stream-address"))));
+            utf8(call.line.value(QStringLiteral("--stream-address"))));
     return true;
 }
 
@@ -127,8 +127,9 @@ void printSources(ControlMessage const& reply)
 {
     for (zelmsg::DataSource const& source : reply.GetDataSource()) {
         QStringList const filterList = source.GetFilter().toList();
-        out(source.GetAddress() + (filterList.isEmpty() ? QStringLiteral("  (everything)")
-                                                        : QStringLiteral("  filters: ") + filterList.join(QLatin1Char(','))));
+        out(source.GetAddress()
+            + (filterList.isEmpty() ? QStringLiteral("  (everything)")
+                                    : QStringLiteral("  filters: ") + filterList.join(QLatin1Char(','))));
     }
 }
 
@@ -153,8 +154,7 @@ int connect(Invocation& call)
         address = resolve.GetStreamAddresses().first();
     }
     return exchange(call, processorIdentity(call.args),
-                    ControlMessageHelper::makeConnectStreamMessage(utf8(call.args[2]), utf8(address), filters(call)),
-                    printNothing);
+        ControlMessageHelper::makeConnectStreamMessage(utf8(call.args[2]), utf8(address), filters(call)), printNothing);
 }
 
 int send(Invocation& call)
@@ -177,63 +177,110 @@ std::vector<Command> makeCommands()
     QString const gp = QStringLiteral("GROUP PROCESSOR");
     return {
         { "groups", "", "list the groups", "", 0, 0,
-          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeQueryProcessorGroupsMessage(), printList); } },
+            [](Invocation& c) {
+                return exchange(
+                    c, managerIdentity(), ControlMessageHelper::makeQueryProcessorGroupsMessage(), printList);
+            } },
         { "create-group", "GROUP", "create a group", "", 1, 1,
-          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(c.args[0])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, managerIdentity(),
+                    ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(c.args[0])), printNothing);
+            } },
         { "delete-group", "GROUP", "delete a group with all its processors", "", 1, 1,
-          [](Invocation& c) { return exchange(c, managerIdentity(), ControlMessageHelper::makeDeleteProcessorGroupMessage(utf8(c.args[0])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, managerIdentity(),
+                    ControlMessageHelper::makeDeleteProcessorGroupMessage(utf8(c.args[0])), printNothing);
+            } },
         { "processors", "GROUP", "list the processors of a group", "", 1, 1,
-          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeQueryProcessorsMessage(), printList); } },
+            [](Invocation& c) {
+                return exchange(
+                    c, groupIdentity(c.args[0]), ControlMessageHelper::makeQueryProcessorsMessage(), printList);
+            } },
         { "create", "GROUP PROCESSOR TYPE", "create a processor",
-          "The configuration comes from --config FILE (a Processor record as XML), or is one output stream\n"
-          "given by --stream NAME --stream-address ADDRESS (e.g. tcp://127.0.0.1:*). TYPE is bare (HttpBridge)\n"
-          "or names the plug-in (demo.Generator).",
-          3, 3,
-          [](Invocation& c) {
-              zelmsg::Processor config;
-              if (!processorConfig(c, config))
-                  return int(ExitUsage);
-              return exchange(c, groupIdentity(c.args[0]),
-                              ControlMessageHelper::makeCreateProcessorMessage(utf8(c.args[2]), utf8(c.args[1]), config), printNothing);
-          } },
+            "The configuration comes from --config FILE (a Processor record as XML), or is one output stream\n"
+            "given by --stream NAME --stream-address ADDRESS (e.g. tcp://127.0.0.1:*). TYPE is bare (HttpBridge)\n"
+            "or names the plug-in (demo.Generator).",
+            3, 3,
+            [](Invocation& c) {
+                zelmsg::Processor config;
+                if (!processorConfig(c, config))
+                    return int(ExitUsage);
+                return exchange(c, groupIdentity(c.args[0]),
+                    ControlMessageHelper::makeCreateProcessorMessage(utf8(c.args[2]), utf8(c.args[1]), config),
+                    printNothing);
+            } },
         { "delete", gp, "delete a processor; returns when it has stopped", "", 2, 2,
-          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeDeleteProcessorMessage(utf8(c.args[1])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, groupIdentity(c.args[0]),
+                    ControlMessageHelper::makeDeleteProcessorMessage(utf8(c.args[1])), printNothing);
+            } },
         { "connect", gp + QStringLiteral(" STREAM [ADDRESS]"), "connect a processor's input to a stream",
-          "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
-          "subscribes the message types that begin with F; without filters everything comes in.",
-          3, 4, connect },
+            "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
+            "subscribes the message types that begin with F; without filters everything comes in.",
+            3, 4, connect },
         { "start", gp + QStringLiteral(" [STREAM]"), "start a processor's stream (all when none is named)", "", 2, 3,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeStartStreamMessage(utf8(c.args.value(2))), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, processorIdentity(c.args),
+                    ControlMessageHelper::makeStartStreamMessage(utf8(c.args.value(2))), printNothing);
+            } },
         { "stop", gp + QStringLiteral(" [STREAM]"), "stop a processor's stream (all when none is named)", "", 2, 3,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeStopStreamMessage(utf8(c.args.value(2))), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, processorIdentity(c.args),
+                    ControlMessageHelper::makeStopStreamMessage(utf8(c.args.value(2))), printNothing);
+            } },
         { "set", gp + QStringLiteral(" NAME VALUE"), "set a parameter of a processor", "", 4, 4,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeSetParameterMessage(utf8(c.args[2]), utf8(c.args[3])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, processorIdentity(c.args),
+                    ControlMessageHelper::makeSetParameterMessage(utf8(c.args[2]), utf8(c.args[3])), printNothing);
+            } },
         { "get", gp + QStringLiteral(" NAME"), "print a parameter of a processor", "", 3, 3,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterMessage(utf8(c.args[2])), printValue); } },
+            [](Invocation& c) {
+                return exchange(c, processorIdentity(c.args),
+                    ControlMessageHelper::makeGetParameterMessage(utf8(c.args[2])), printValue);
+            } },
         { "params", gp, "list the parameters of a processor", "", 2, 2,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterListMessage(), printList); } },
+            [](Invocation& c) {
+                return exchange(
+                    c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterListMessage(), printList);
+            } },
         { "set-group", "GROUP NAME VALUE", "publish a parameter to the processors of a group that take it", "", 3, 3,
-          [](Invocation& c) { return exchange(c, groupIdentity(c.args[0]), ControlMessageHelper::makeSetParameterMessage(utf8(c.args[1]), utf8(c.args[2])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, groupIdentity(c.args[0]),
+                    ControlMessageHelper::makeSetParameterMessage(utf8(c.args[1]), utf8(c.args[2])), printNothing);
+            } },
         { "sources", gp, "list a processor's inputs with their filters", "", 2, 2,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeQuerySourcesMessage(), printSources); } },
+            [](Invocation& c) {
+                return exchange(
+                    c, processorIdentity(c.args), ControlMessageHelper::makeQuerySourcesMessage(), printSources);
+            } },
         { "streams", gp, "list a processor's streams with their addresses", "", 2, 2,
-          [](Invocation& c) { return exchange(c, processorIdentity(c.args), ControlMessageHelper::makeQueryStreamsMessage(), printStreams); } },
+            [](Invocation& c) {
+                return exchange(
+                    c, processorIdentity(c.args), ControlMessageHelper::makeQueryStreamsMessage(), printStreams);
+            } },
         { "register", "GROUP STREAM PROCESSOR ADDRESS...", "register a stream at a group's name service", "", 4, -1,
-          [](Invocation& c) {
-              std::vector<std::string> addresses;
-              for (QString const& a : c.args.mid(3))
-                  addresses.push_back(utf8(a));
-              return exchange(c, nameServiceIdentity(c.args[0]),
-                              ControlMessageHelper::makeRegisterStreamMessage(utf8(c.args[1]), utf8(c.args[2]), addresses), printNothing);
-          } },
+            [](Invocation& c) {
+                std::vector<std::string> addresses;
+                for (QString const& a : c.args.mid(3))
+                    addresses.push_back(utf8(a));
+                return exchange(c, nameServiceIdentity(c.args[0]),
+                    ControlMessageHelper::makeRegisterStreamMessage(utf8(c.args[1]), utf8(c.args[2]), addresses),
+                    printNothing);
+            } },
         { "resolve", "GROUP STREAM", "print the processor and addresses of a stream", "", 2, 2,
-          [](Invocation& c) { return exchange(c, nameServiceIdentity(c.args[0]), ControlMessageHelper::makeResolveStreamMessage(utf8(c.args[1])), printResolved); } },
+            [](Invocation& c) {
+                return exchange(c, nameServiceIdentity(c.args[0]),
+                    ControlMessageHelper::makeResolveStreamMessage(utf8(c.args[1])), printResolved);
+            } },
         { "deregister", "GROUP STREAM", "remove a stream from a group's name service", "", 2, 2,
-          [](Invocation& c) { return exchange(c, nameServiceIdentity(c.args[0]), ControlMessageHelper::makeDeregisterStreamMessage(utf8(c.args[1])), printNothing); } },
+            [](Invocation& c) {
+                return exchange(c, nameServiceIdentity(c.args[0]),
+                    ControlMessageHelper::makeDeregisterStreamMessage(utf8(c.args[1])), printNothing);
+            } },
         { "send", "IDENTITY FILE", "send the control record in FILE (XML) to any identity and print the reply",
-          "IDENTITY is a routing name such as inproc://zel (the group manager), inproc://zel/GROUP,\n"
-          "inproc://zel/GROUP/PROCESSOR or inproc://zel/GROUP/nameservice.",
-          2, 2, send },
+            "IDENTITY is a routing name such as inproc://zel (the group manager), inproc://zel/GROUP,\n"
+            "inproc://zel/GROUP/PROCESSOR or inproc://zel/GROUP/nameservice.",
+            2, 2, send },
     };
 }
 

@@ -22,7 +22,7 @@ struct Invocation
 struct Command
 {
     QString name;
-    QString usage;   // the arguments, for the help
+    QString usage; // the arguments, for the help
     QString summary; // one line
     QString details; // more help, may be empty
     int minArgs;

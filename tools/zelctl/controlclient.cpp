@@ -1,9 +1,10 @@
 #include "controlclient.h"
 
 ControlClient::ControlClient(std::string const& address, int timeoutMs)
-    : frontend(address), timeoutMs(timeoutMs), client(std::make_unique<Client>(address, true, timeoutMs))
-{
-}
+    : frontend(address)
+    , timeoutMs(timeoutMs)
+    , client(std::make_unique<Client>(address, true, timeoutMs))
+{ }
 
 Outcome ControlClient::request(std::string const& identity, zelmsg::ControlMessage& record)
 {

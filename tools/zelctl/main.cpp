@@ -20,14 +20,16 @@ void printHelp()
                 "--timeout is in milliseconds (default 4000); --xml prints the whole reply record.\n\n"
                 "commands:\n");
     for (Command const& command : commands())
-        std::printf("  %-14s %-40s %s\n", qPrintable(command.name), qPrintable(command.usage), qPrintable(command.summary));
-    std::printf("\nzelctl COMMAND --help explains a command. Exit: 0 success, 1 warning or error, 2 usage, 3 time-out.\n");
+        std::printf(
+            "  %-14s %-40s %s\n", qPrintable(command.name), qPrintable(command.usage), qPrintable(command.summary));
+    std::printf(
+        "\nzelctl COMMAND --help explains a command. Exit: 0 success, 1 warning or error, 2 usage, 3 time-out.\n");
 }
 
 void printCommandHelp(Command const& command)
 {
     std::printf("usage: zelctl %s %s\n  %s\n", qPrintable(command.name), qPrintable(command.usage),
-                qPrintable(command.summary));
+        qPrintable(command.summary));
     if (!command.details.isEmpty())
         std::printf("\n%s\n", qPrintable(command.details));
 }

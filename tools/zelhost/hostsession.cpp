@@ -1,10 +1,10 @@
 #include "hostsession.h"
 
+#include <zel/controlmessagehelper.h>
+#include <zel/endpoints.h>
 #include <zel/host/cfgcenter.h>
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
-#include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 #include <zel/idllinstance.h>
 #include <zel/requestclienttemplate.h>
 #include <zel/socketreader.h>
@@ -85,7 +85,9 @@ bool frontendAnswers(QString const& address, QString& reason)
 
 } // namespace
 
-HostSession::HostSession(QString instanceName) : name(std::move(instanceName)) {}
+HostSession::HostSession(QString instanceName)
+    : name(std::move(instanceName))
+{ }
 
 HostSession::~HostSession() { stop(); }
 

@@ -25,7 +25,8 @@ void acknowledgeNow(QTcpSocket* socket)
 
 } // namespace
 
-HttpSink::HttpSink(QObject* parent) : QObject(parent)
+HttpSink::HttpSink(QObject* parent)
+    : QObject(parent)
 {
     connect(&server, &QTcpServer::newConnection, this, &HttpSink::accept);
 }
@@ -42,7 +43,10 @@ HttpSink::~HttpSink()
 
 bool HttpSink::listen(quint16 port) { return server.listen(QHostAddress::LocalHost, port); }
 
-QString HttpSink::url(QString const& path) const { return QStringLiteral("http://127.0.0.1:%1%2").arg(port()).arg(path); }
+QString HttpSink::url(QString const& path) const
+{
+    return QStringLiteral("http://127.0.0.1:%1%2").arg(port()).arg(path);
+}
 
 void HttpSink::accept()
 {

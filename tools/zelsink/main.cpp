@@ -10,10 +10,7 @@
 
 namespace {
 
-QByteArray firstBytes(QByteArray const& body)
-{
-    return body.left(16).toHex(' ') + (body.size() > 16 ? " ..." : "");
-}
+QByteArray firstBytes(QByteArray const& body) { return body.left(16).toHex(' ') + (body.size() > 16 ? " ..." : ""); }
 
 } // namespace
 
@@ -36,8 +33,8 @@ int main(int argc, char** argv)
             return;
         HttpSink::Request const& last = sink.requests().last();
         std::printf("zelsink: %5d POSTs (+%d)  %s %s  content-type %s  last body %d bytes: %s\n", sink.count(),
-                    sink.count() - shown, last.method.constData(), last.path.constData(), last.contentType.constData(),
-                    last.body.size(), firstBytes(last.body).constData());
+            sink.count() - shown, last.method.constData(), last.path.constData(), last.contentType.constData(),
+            last.body.size(), firstBytes(last.body).constData());
         std::fflush(stdout);
         shown = sink.count();
     });

@@ -17,8 +17,7 @@ QString shortType(std::string const& processorType)
     return type.mid(type.indexOf(QLatin1Char('.')) + 1);
 }
 
-template <class P>
-zel::ProcessorBase* make(zel::ProcessorInfo const& info)
+template <class P> zel::ProcessorBase* make(zel::ProcessorInfo const& info)
 {
     return new P(info.configuration, info.processorName, info.groupName, info.addressPrefix);
 }

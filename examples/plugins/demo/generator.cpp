@@ -24,11 +24,11 @@ bool parseCount(QString const& text, std::uint64_t& value)
 } // namespace
 
 Generator::Generator(zelmsg::Processor const& configuration, std::string const& processorName,
-                     std::string const& groupName, std::string const& addressPrefix)
-    : StreamProcessor(configuration, processorName, groupName, addressPrefix),
-      type(QByteArray::fromStdString(getDataStreamName())), pattern(makePattern(size))
-{
-}
+    std::string const& groupName, std::string const& addressPrefix)
+    : StreamProcessor(configuration, processorName, groupName, addressPrefix)
+    , type(QByteArray::fromStdString(getDataStreamName()))
+    , pattern(makePattern(size))
+{ }
 
 bool Generator::initialize()
 {
@@ -38,7 +38,7 @@ bool Generator::initialize()
     return true;
 }
 
-void Generator::handleMessage(zel::ByteStreamMessage&, zel::ZmqByteStreamInSocket*) {}
+void Generator::handleMessage(zel::ByteStreamMessage&, zel::ZmqByteStreamInSocket*) { }
 
 void Generator::schedule()
 {
@@ -51,7 +51,8 @@ void Generator::schedule()
 
 std::uint64_t Generator::due() const
 {
-    std::uint64_t const burst = std::clamp<std::uint64_t>(burstBytes / static_cast<std::uint64_t>(size), 1, burstMessages);
+    std::uint64_t const burst
+        = std::clamp<std::uint64_t>(burstBytes / static_cast<std::uint64_t>(size), 1, burstMessages);
     if (rate == 0)
         return burst;
     std::uint64_t const expected = static_cast<std::uint64_t>(pacing.elapsed()) * rate / 1000;
@@ -93,7 +94,8 @@ bool Generator::setParameter(QString const& name, QString const& value)
         rate = number;
     else if (name == QLatin1String("count") && parseCount(value, number))
         count = number;
-    else if (name == QLatin1String("size") && parseCount(value, number) && number >= sequenceSize && number <= (64u << 20))
+    else if (name == QLatin1String("size") && parseCount(value, number) && number >= sequenceSize
+        && number <= (64u << 20))
         size = static_cast<int>(number);
     else
         return false;

@@ -15,7 +15,7 @@ class Generator : public zel::StreamProcessor
 {
 public:
     Generator(zelmsg::Processor const& configuration, std::string const& processorName, std::string const& groupName,
-              std::string const& addressPrefix);
+        std::string const& addressPrefix);
 
     bool initialize() override;
 

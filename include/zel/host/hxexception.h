@@ -9,7 +9,7 @@ class ZELHOSTFRAMEWORK_EXPORT HXException
 {
 public:
     HXException(QString const& text, QString const& file, QString const& className, QString const& method,
-                unsigned int line, unsigned int code);
+        unsigned int line, unsigned int code);
     virtual ~HXException();
 
     QString const& text() const { return m_text; }
