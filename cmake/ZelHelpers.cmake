@@ -68,3 +68,16 @@ function(zel_public_library target subdir header)
     INSTALL_RPATH "$ORIGIN")
   zel_warnings(${target})
 endfunction()
+
+# zel_trace_names(TARGET): each source of TARGET gets ZEL_TRACE_FILE, its path in the tree without
+# extension ("impl/zmqhelper"), the file name its trace lines carry.
+function(zel_trace_names target)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    get_filename_component(absolute ${source} ABSOLUTE BASE_DIR ${PROJECT_SOURCE_DIR}/impl)
+    file(RELATIVE_PATH relative ${PROJECT_SOURCE_DIR} ${absolute})
+    string(REGEX REPLACE "\\.[^./]*$" "" relative ${relative})
+    set_property(SOURCE ${absolute} TARGET_DIRECTORY ${target} APPEND PROPERTY
+      COMPILE_DEFINITIONS ZEL_TRACE_FILE="${relative}")
+  endforeach()
+endfunction()

@@ -29,7 +29,7 @@ zel::IDllInstance* HXCreate(wchar_t const* name)
         report(e);
     } catch (std::exception const& e) {
         ZEL_TRACE_FAILURE(QStringLiteral("Standard C++ Exception caught in standard catch-block"));
-        report(HXException(QString::fromUtf8(e.what()), zel::tracePath(__FILE__), QStringLiteral("class"),
+        report(HXException(QString::fromUtf8(e.what()), ZEL_TRACE_PATH, QStringLiteral("class"),
             QStringLiteral("method"), __LINE__, 0xFFFFFFFF));
     }
     return nullptr;

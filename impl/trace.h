@@ -6,17 +6,14 @@
 
 #include <QString>
 
-namespace zel {
-
-// The source path of a file, as traces name it: "impl/zmqhelper".
-QString tracePath(char const* file);
-
-} // namespace zel
+// ZEL_TRACE_FILE is the source's path in the tree without its extension ("impl/zmqhelper"), set per
+// source by the build, so that no absolute path of the build machine is compiled in.
+#define ZEL_TRACE_PATH QStringLiteral(ZEL_TRACE_FILE)
 
 #define ZEL_TRACE(bit, text)                                                                                           \
     do {                                                                                                               \
         if (ErrorHandler::Instance().IsTraceOn(bit))                                                                   \
-            _Q_Trace((text), zel::tracePath(__FILE__), static_cast<unsigned short>(__LINE__));                         \
+            _Q_Trace((text), ZEL_TRACE_PATH, static_cast<unsigned short>(__LINE__));                                   \
     } while (false)
 
 #define ZEL_TRACE_FAILURE(text) ZEL_TRACE(ErrorHandler::TraceFailures, text)
