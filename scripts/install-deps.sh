@@ -9,6 +9,7 @@ packages=(
   libboost-dev
   libgtest-dev libgmock-dev
   libbenchmark-dev
+  iproute2 # ip netns, for the multihost test
 )
 
 missing=()

@@ -1,5 +1,6 @@
 #include "support/polling.h"
 #include "support/rawpeers.h"
+#include "support/zelctlrun.h"
 #include "support/zelhostprocess.h"
 
 #include <zel/controlmessagehelper.h>
@@ -29,43 +30,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What one zelctl call left behind.
-struct Result
-{
-    int exitCode = -1; // -1: did not finish within its deadline
-    std::string out;
-    std::string err;
-    std::chrono::milliseconds took {};
-
-    QStringList lines() const { return QString::fromStdString(out).split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
-};
-
-std::ostream& operator<<(std::ostream& os, Result const& r)
-{
-    return os << "exit " << r.exitCode << ", stdout [" << r.out << "], stderr [" << r.err << "]";
-}
+using Result = zeltest::ZelctlResult;
 
 // One zelctl call with ZEL_ADDRESS set to `address` (unset for a null one).
-Result zelctl(QStringList const& arguments, QString const& address)
-{
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("ZEL_ADDRESS"));
-    if (!address.isNull())
-        env.insert(QStringLiteral("ZEL_ADDRESS"), address);
-    auto const started = std::chrono::steady_clock::now();
-    QProcess process;
-    process.setProcessEnvironment(env);
-    process.start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), arguments);
-    Result result;
-    if (process.waitForFinished(15000) && process.exitStatus() == QProcess::NormalExit)
-        result.exitCode = process.exitCode();
-    else
-        process.kill();
-    result.took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
-    result.out = process.readAllStandardOutput().toStdString();
-    result.err = process.readAllStandardError().toStdString();
-    return result;
-}
+Result zelctl(QStringList const& arguments, QString const& address) { return zeltest::runZelctl(arguments, address); }
 
 QString freeAddress() { return QStringLiteral("tcp://127.0.0.1:%1").arg(zeltest::freeLoopbackPort()); }
 

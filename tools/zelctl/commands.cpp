@@ -1,5 +1,8 @@
 #include "commands.h"
 
+#include "pipelinerun.h"
+#include "streamaddress.h"
+
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
@@ -8,6 +11,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -143,15 +147,21 @@ int connect(Invocation& call)
 {
     QString address = call.args.value(3);
     if (address.isEmpty()) {
+        QString const host = call.line.value(QStringLiteral("--stream-host"));
+        std::unique_ptr<ControlClient> other
+            = host.isEmpty() ? nullptr : std::make_unique<ControlClient>(utf8(host), call.client.timeout());
+        Invocation at { call.line, other ? *other : call.client, call.args };
         ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(call.args[2]));
-        Outcome const outcome = call.client.request(nameServiceIdentity(call.args[0]), resolve);
+        Outcome const outcome = at.client.request(
+            nameServiceIdentity(call.line.value(QStringLiteral("--stream-group"), call.args[0])), resolve);
         if (outcome != Outcome::Success)
-            return conclude(call, outcome, resolve, printNothing);
-        if (resolve.GetStreamAddresses().isEmpty()) {
-            err(QStringLiteral("stream %1 is registered without an address").arg(call.args[2]));
+            return conclude(at, outcome, resolve, printNothing);
+        address = StreamAddress::dialable(
+            resolve.GetStreamAddresses(), QString::fromStdString(at.client.address()), other != nullptr);
+        if (address.isEmpty()) {
+            err(QStringLiteral("stream %1 is registered without an address this host can dial").arg(call.args[2]));
             return ExitFailure;
         }
-        address = resolve.GetStreamAddresses().first();
     }
     return exchange(call, processorIdentity(call.args),
         ControlMessageHelper::makeConnectStreamMessage(utf8(call.args[2]), utf8(address), filters(call)), printNothing);
@@ -216,7 +226,9 @@ std::vector<Command> makeCommands()
             } },
         { "connect", gp + QStringLiteral(" STREAM [ADDRESS]"), "connect a processor's input to a stream",
             "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
-            "subscribes the message types that begin with F; without filters everything comes in.",
+            "subscribes the message types that begin with F; without filters everything comes in.\n"
+            "--stream-group G resolves it in group G instead, --stream-host ADDRESS at another zelhost;\n"
+            "a wildcard address (tcp://0.0.0.0:PORT) is then dialled at that zelhost's host.",
             3, 4, connect },
         { "start", gp + QStringLiteral(" [STREAM]"), "start a processor's stream (all when none is named)", "", 2, 3,
             [](Invocation& c) {
@@ -281,6 +293,12 @@ std::vector<Command> makeCommands()
             "IDENTITY is a routing name such as inproc://zel (the group manager), inproc://zel/GROUP,\n"
             "inproc://zel/GROUP/PROCESSOR or inproc://zel/GROUP/nameservice.",
             2, 2, send },
+        { "apply", "FILE", "create what a pipeline file describes and is not there yet",
+            "FILE is JSON: hosts, groups, processors, their parameters and the streams each takes in.\n"
+            "Prints what it changed; a second run changes nothing. See README, \"Pipelines\".",
+            1, 1, PipelineRun::applyCommand },
+        { "down", "FILE", "delete what a pipeline file describes, in reverse order", "", 1, 1,
+            PipelineRun::downCommand },
     };
 }
 

@@ -1,0 +1,145 @@
+#include "support/polling.h"
+#include "support/zelctlrun.h"
+#include "support/zelhostprocess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <memory>
+#include <unistd.h>
+
+// Two machines made of network namespaces joined by a veth pair, a zelhost on each: the
+// Generator on one, Relay and Counter on the other.
+
+using testing::Contains;
+using testing::HasSubstr;
+
+namespace {
+
+int ip(QStringList const& arguments) { return QProcess::execute(QStringLiteral("ip"), arguments); }
+
+// Namespaces "zelmh<pid>a" and "zelmh<pid>b" with 10.77.0.1 and 10.77.0.2, deleted again however
+// the test ends. Those of runs that were killed are deleted first.
+class TwoMachines
+{
+public:
+    TwoMachines()
+    {
+        deleteLeftovers();
+        QString const a = name(QLatin1Char('a')), b = name(QLatin1Char('b'));
+        ready = ip({ "netns", "add", a }) == 0 && ip({ "netns", "add", b }) == 0
+            && ip({ "-n", a, "link", "add", "zel0", "type", "veth", "peer", "name", "zel0", "netns", b }) == 0
+            && configure(a, "10.77.0.1/24") && configure(b, "10.77.0.2/24");
+    }
+    ~TwoMachines()
+    {
+        ip({ "netns", "delete", name(QLatin1Char('a')) });
+        ip({ "netns", "delete", name(QLatin1Char('b')) });
+    }
+
+    bool ready = false;
+    QString name(QChar machine) const { return prefix + QString::number(::getpid()) + machine; }
+    QStringList exec(QChar machine) const { return { "ip", "netns", "exec", name(machine) }; }
+
+private:
+    static bool configure(QString const& ns, QString const& address)
+    {
+        return ip({ "-n", ns, "addr", "add", address, "dev", "zel0" }) == 0
+            && ip({ "-n", ns, "link", "set", "zel0", "up" }) == 0 && ip({ "-n", ns, "link", "set", "lo", "up" }) == 0;
+    }
+
+    static void deleteLeftovers()
+    {
+        QProcess list;
+        list.start(QStringLiteral("ip"), { "netns", "list" });
+        list.waitForFinished();
+        for (QString const& line : QString::fromUtf8(list.readAllStandardOutput()).split(QLatin1Char('\n'))) {
+            QString const ns = line.section(QLatin1Char(' '), 0, 0);
+            pid_t const owner = ns.mid(prefix.size(), ns.size() - prefix.size() - 1).toInt();
+            if (ns.startsWith(prefix) && owner > 0 && ::kill(owner, 0) != 0)
+                ip({ "netns", "delete", ns });
+        }
+    }
+
+    static inline QString const prefix = QStringLiteral("zelmh");
+};
+
+char const* const pipeline = R"({
+  "hosts": { "a": "tcp://10.77.0.1:7700", "b": "tcp://10.77.0.2:7700" },
+  "groups": [
+    { "name": "source", "host": "a", "processors": [
+      { "name": "generator", "type": "demo.Generator", "stream": "numbers",
+        "addresses": ["tcp://0.0.0.0:*"], "parameters": { "rate": 1000 } } ] },
+    { "name": "sink", "host": "b", "processors": [
+      { "name": "relay", "type": "demo.Relay", "stream": "relayed", "addresses": ["tcp://127.0.0.1:*"],
+        "takes": [{ "stream": "numbers", "group": "source" }] },
+      { "name": "counter", "type": "demo.Counter", "stream": "counted", "addresses": ["inproc://counted"],
+        "takes": [{ "stream": "relayed" }] } ] }
+  ]
+})";
+
+} // namespace
+
+TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
+{
+    if (::geteuid() != 0 || QStandardPaths::findExecutable(QStringLiteral("ip")).isEmpty())
+        GTEST_SKIP() << "needs root and ip (iproute2) to make network namespaces";
+    TwoMachines machines;
+    if (!machines.ready)
+        GTEST_SKIP() << "cannot make network namespaces here (no CAP_SYS_ADMIN?)";
+
+    std::unique_ptr<zeltest::ZelhostProcess> hosts[2];
+    for (int i = 0; i < 2; ++i) {
+        QString const address = QStringLiteral("tcp://10.77.0.%1:7700").arg(i + 1);
+        hosts[i] = std::make_unique<zeltest::ZelhostProcess>(QStringLiteral("EnvironmentAddress=%1\n").arg(address));
+        hosts[i]->process().setProgram(QStringLiteral("ip"));
+        hosts[i]->process().setArguments(machines.exec(QLatin1Char('a' + i)).mid(1)
+            << QStringLiteral(ZEL_BIN_DIR "/zelhost") << QStringLiteral("zeltest"));
+        ASSERT_TRUE(hosts[i]->start());
+        ASSERT_EQ(hosts[i]->waitForFirstLine(), "zelhost: ready at " + address)
+            << hosts[i]->standardError().toStdString();
+    }
+    QTemporaryDir dir;
+    QFile file(dir.filePath(QStringLiteral("twohosts.json")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(pipeline);
+    file.close();
+    // zelctl runs on machine a and reaches b over the veth pair.
+    auto zelctl = [&](QStringList const& arguments, char host) {
+        return zeltest::runZelctl(
+            arguments, QStringLiteral("tcp://10.77.0.%1:7700").arg(host - 'a' + 1), machines.exec(QLatin1Char('a')));
+    };
+
+    zeltest::ZelctlResult const applied = zelctl({ "apply", file.fileName() }, 'a');
+    ASSERT_EQ(applied.exitCode, 0) << applied;
+    // The Generator registered tcp://0.0.0.0:PORT, which b cannot dial.
+    EXPECT_THAT(applied.out,
+        HasSubstr("connected processor sink/relay on b to stream numbers of group source on a "
+                  "at tcp://10.77.0.1:"));
+    auto value = [&](QString const& name) { return zelctl({ "get", "sink", "counter", name }, 'b').out; };
+    EXPECT_TRUE(zeltest::waitUntil([&] { return QString::fromStdString(value("count")).toInt() >= 500; }))
+        << value("count");
+    EXPECT_EQ(value("gaps"), "0\n");
+
+    // By hand the same: a second Counter on b connected to the stream on a.
+    zelctl({ "create", "sink", "second", "demo.Counter", "--stream", "c2", "--stream-address", "inproc://c2" }, 'b');
+    zeltest::ZelctlResult const connected = zelctl(
+        { "connect", "sink", "second", "numbers", "--stream-group", "source", "--stream-host", "tcp://10.77.0.1:7700" },
+        'b');
+    EXPECT_EQ(connected.exitCode, 0) << connected;
+    EXPECT_TRUE(zeltest::waitUntil([&] { return zelctl({ "get", "sink", "second", "count" }, 'b').out != "0\n"; }));
+    zelctl({ "delete", "sink", "second" }, 'b');
+
+    zeltest::ZelctlResult const down = zelctl({ "down", file.fileName() }, 'a');
+    EXPECT_EQ(down.exitCode, 0) << down;
+    EXPECT_THAT(down.lines(), Contains("deleted group source on a"));
+    EXPECT_THAT(down.lines(), Contains("deleted group sink on b"));
+    EXPECT_EQ(zelctl({ "groups" }, 'a').out + zelctl({ "groups" }, 'b').out, "");
+}
