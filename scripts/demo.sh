@@ -2,7 +2,7 @@
 # The main job: zelhost on a loopback TCP address, and with zelctl a pipeline
 #   Generator --numbers--> Relay --relayed--> Counter
 #                                    `------> HttpBridge --POST--> zelsink
-# in one group, the addresses found at the group's name service. It runs, pauses, runs again,
+# in one group, set up from examples/pipelines/demo.json by `zelctl apply`. It runs, pauses, runs again,
 # and is taken down again; zelhost stops cleanly.
 set -euo pipefail
 build=${1:-build}
@@ -57,23 +57,16 @@ start_host
 sed 's/^/   /' "$work/out"
 export ZEL_ADDRESS=$address
 
-step "A group, and three processors from the demo plug-in (build/bin/demo.dll)"
-run create-group demo
-run create demo generator demo.Generator --stream numbers --stream-address 'tcp://127.0.0.1:*'
-run create demo relay demo.Relay --stream relayed --stream-address 'tcp://127.0.0.1:*'
-run create demo counter demo.Counter --stream counted --stream-address 'tcp://127.0.0.1:*'
+pipeline=$(cd "$(dirname "$0")/../examples/pipelines" && pwd)/demo.json
+step "The pipeline of examples/pipelines/demo.json, in one call: group, processors, wiring, rate and size"
+run apply "$pipeline"
 run processors demo
-
-step "Wiring: each input connects to the address its stream was registered under"
-run resolve demo numbers
-run connect demo relay numbers "$("$bin/zelctl" resolve demo numbers | sed -n 2p)"
-run resolve demo relayed
-run connect demo counter relayed "$("$bin/zelctl" resolve demo relayed | sed -n 2p)"
 run sources demo counter
 
-step "Generator at 2000 messages/s of 256 bytes"
-run set demo generator rate 2000
-run set demo generator size 256
+step "Applied again: everything is there, nothing changes"
+run apply "$pipeline"
+
+step "The Generator at 2000 messages/s of 256 bytes, as the file says"
 run set demo counter reset 1
 watch_flow 3
 
@@ -106,10 +99,7 @@ run delete demo poster
 kill "$sinkpid"; wait "$sinkpid" 2>/dev/null || true
 
 step "Taking it down"
-run delete demo counter
-run delete demo relay
-run delete demo generator
-run delete-group demo
+run down "$pipeline"
 run groups
 
 step "Stopping zelhost with SIGTERM"
