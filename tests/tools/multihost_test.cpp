@@ -25,6 +25,14 @@ namespace {
 
 int ip(QStringList const& arguments) { return QProcess::execute(QStringLiteral("ip"), arguments); }
 
+QStringList ipLines(QStringList const& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral("ip"), arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 // Namespaces "zelmh<pid>a" and "zelmh<pid>b" with 10.77.0.1 and 10.77.0.2, deleted again however
 // the test ends. Those of runs that were killed are deleted first.
 class TwoMachines
@@ -55,16 +63,19 @@ private:
             && ip({ "-n", ns, "link", "set", "zel0", "up" }) == 0 && ip({ "-n", ns, "link", "set", "lo", "up" }) == 0;
     }
 
+    // The zelhosts of a killed run outlive it inside its namespaces.
     static void deleteLeftovers()
     {
-        QProcess list;
-        list.start(QStringLiteral("ip"), { "netns", "list" });
-        list.waitForFinished();
-        for (QString const& line : QString::fromUtf8(list.readAllStandardOutput()).split(QLatin1Char('\n'))) {
-            QString const ns = line.section(QLatin1Char(' '), 0, 0);
+        for (QString const& entry : ipLines({ "netns", "list" })) {
+            QString const ns = entry.section(QLatin1Char(' '), 0, 0);
             pid_t const owner = ns.mid(prefix.size(), ns.size() - prefix.size() - 1).toInt();
-            if (ns.startsWith(prefix) && owner > 0 && ::kill(owner, 0) != 0)
-                ip({ "netns", "delete", ns });
+            if (!ns.startsWith(prefix) || owner <= 0 || ::kill(owner, 0) == 0)
+                continue;
+            for (QString const& line : ipLines({ "netns", "pids", ns })) {
+                if (pid_t const pid = line.toInt(); pid > 0)
+                    ::kill(pid, SIGKILL);
+            }
+            ip({ "netns", "delete", ns });
         }
     }
 

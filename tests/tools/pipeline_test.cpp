@@ -132,7 +132,7 @@ TEST(StreamAddress, AWildcardIsDialledAtTheHostThatResolvedIt)
         { { "tcp://[::]:5000" }, "tcp://10.0.0.2:7000", false, "tcp://10.0.0.2:5000" },
         { { "tcp://10.0.0.9:5000" }, "tcp://10.0.0.2:7000", true, "tcp://10.0.0.9:5000" },
         { { "inproc://a", "tcp://127.0.0.1:5" }, "tcp://h:1", false, "inproc://a" },
-        { { "inproc://a", "tcp://127.0.0.1:5" }, "tcp://h:1", true, "tcp://127.0.0.1:5" },
+        { { "inproc://a", "tcp://127.0.0.1:5", "tcp://h:5" }, "tcp://h:1", true, "tcp://h:5" },
         { { "inproc://a" }, "tcp://h:1", true, "" },
         // Nothing better is known than what was registered.
         { { "tcp://0.0.0.0:5" }, "tcp://*:1", false, "tcp://0.0.0.0:5" },

@@ -62,10 +62,5 @@ struct Pipeline
     // Reads and checks a file; on failure `error` is "FILE:LINE: what is wrong".
     static std::optional<Pipeline> read(QString const& path, QString& error);
 
-    // The frontend address of a host; `fallback` for the default host.
-    QString address(QString const& host, QString const& fallback) const
-    {
-        return host.isEmpty() ? fallback : hosts.value(host);
-    }
     PipelineGroup const* findGroup(QString const& host, QString const& name) const;
 };

@@ -192,8 +192,8 @@ bool PipelineRun::applyTake(PipelineGroup const& g, PipelineProcessor const& p, 
     if (!ask(take.host, zel::Endpoints::getNameServiceEndpoint(utf8(take.group), prefix()), resolve, take.line,
             QStringLiteral("resolving ") + stream))
         return false;
-    QString const address
-        = StreamAddress::dialable(resolve.GetStreamAddresses(), frontend(take.host), take.host != g.host);
+    QString const address = StreamAddress::dialable(
+        resolve.GetStreamAddresses(), frontend(take.host), frontend(take.host) != frontend(g.host));
     if (address.isEmpty()) {
         std::fprintf(stderr, "zelctl: %s:%d: %s has no address that %s can dial\n", qPrintable(pipeline.path),
             take.line, qPrintable(stream), qPrintable(processorText(g, p)));

@@ -8,8 +8,8 @@
 namespace StreamAddress {
 
 // The address to connect to out of a stream's registered ones: the first, or for a processor on
-// another host the first TCP one; a wildcard host becomes the host of `frontend`. Empty when
-// none fits.
+// another host the first TCP one that is not loopback; a wildcard host becomes the host of
+// `frontend`. Empty when none fits.
 QString dialable(QVector<QString> const& registered, QString const& frontend, bool otherHost);
 
 } // namespace StreamAddress
