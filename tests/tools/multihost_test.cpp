@@ -6,10 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <csignal>
 #include <memory>
@@ -82,19 +80,8 @@ private:
     static inline QString const prefix = QStringLiteral("zelmh");
 };
 
-char const* const pipeline = R"({
-  "hosts": { "a": "tcp://10.77.0.1:7700", "b": "tcp://10.77.0.2:7700" },
-  "groups": [
-    { "name": "source", "host": "a", "processors": [
-      { "name": "generator", "type": "demo.Generator", "stream": "numbers",
-        "addresses": ["tcp://0.0.0.0:*"], "parameters": { "rate": 1000 } } ] },
-    { "name": "sink", "host": "b", "processors": [
-      { "name": "relay", "type": "demo.Relay", "stream": "relayed", "addresses": ["tcp://127.0.0.1:*"],
-        "takes": [{ "stream": "numbers", "group": "source" }] },
-      { "name": "counter", "type": "demo.Counter", "stream": "counted", "addresses": ["inproc://counted"],
-        "takes": [{ "stream": "relayed" }] } ] }
-  ]
-})";
+// Its hosts are the addresses given to the namespaces.
+QString const pipeline = QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/twohosts.json");
 
 } // namespace
 
@@ -117,18 +104,13 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
         ASSERT_EQ(hosts[i]->waitForFirstLine(), "zelhost: ready at " + address)
             << hosts[i]->standardError().toStdString();
     }
-    QTemporaryDir dir;
-    QFile file(dir.filePath(QStringLiteral("twohosts.json")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(pipeline);
-    file.close();
     // zelctl runs on machine a and reaches b over the veth pair.
     auto zelctl = [&](QStringList const& arguments, char host) {
         return zeltest::runZelctl(
             arguments, QStringLiteral("tcp://10.77.0.%1:7700").arg(host - 'a' + 1), machines.exec(QLatin1Char('a')));
     };
 
-    zeltest::ZelctlResult const applied = zelctl({ "apply", file.fileName() }, 'a');
+    zeltest::ZelctlResult const applied = zelctl({ "apply", pipeline }, 'a');
     ASSERT_EQ(applied.exitCode, 0) << applied;
     // The Generator registered tcp://0.0.0.0:PORT, which b cannot dial.
     EXPECT_THAT(applied.out,
@@ -148,7 +130,7 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
     EXPECT_TRUE(zeltest::waitUntil([&] { return zelctl({ "get", "sink", "second", "count" }, 'b').out != "0\n"; }));
     zelctl({ "delete", "sink", "second" }, 'b');
 
-    zeltest::ZelctlResult const down = zelctl({ "down", file.fileName() }, 'a');
+    zeltest::ZelctlResult const down = zelctl({ "down", pipeline }, 'a');
     EXPECT_EQ(down.exitCode, 0) << down;
     EXPECT_THAT(down.lines(), Contains("deleted group source on a"));
     EXPECT_THAT(down.lines(), Contains("deleted group sink on b"));

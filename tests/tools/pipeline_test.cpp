@@ -11,10 +11,10 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <tuple>
 
-using testing::Contains;
+using testing::EndsWith;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -34,100 +34,85 @@ protected:
 
     zeltest::ZelctlResult run(QStringList const& arguments) { return zeltest::runZelctl(arguments, address); }
 
-    std::vector<std::string> ok(QStringList const& arguments)
+    std::string ok(QStringList const& arguments)
     {
         zeltest::ZelctlResult const r = run(arguments);
         EXPECT_EQ(r.exitCode, 0) << arguments.join(' ').toStdString() << ": " << r;
-        std::vector<std::string> lines;
-        for (QString const& line : r.lines())
-            lines.push_back(line.toStdString());
-        return lines;
+        return r.out;
     }
 
     QString address;
     std::unique_ptr<zeltest::ZelhostProcess> host;
 };
 
-using Lines = std::vector<std::string>;
-
 } // namespace
 
 TEST_F(Pipelines, ApplyTwiceChangesNothingAndDownLeavesNoGroup)
 {
-    Lines const first = ok({ "apply", demoFile });
-    EXPECT_EQ(first.back(), "8 changes");
-    EXPECT_THAT(
-        first, Contains(StartsWith("connected processor demo/counter to stream relayed of group demo at tcp://")));
+    std::string const first = ok({ "apply", demoFile });
+    EXPECT_THAT(first, HasSubstr("connected processor demo/counter to stream relayed of group demo at tcp://"));
+    EXPECT_THAT(first, EndsWith("\n8 changes\n"));
     EXPECT_TRUE(zeltest::waitUntil([&] {
-        return ok({ "get", "demo", "counter", "count" }) != Lines { "0" };
+        return ok({ "get", "demo", "counter", "count" }) != "0\n";
     })) << "messages flow through the pipeline";
-    Lines const sources = ok({ "sources", "demo", "counter" });
+    std::string const sources = ok({ "sources", "demo", "counter" });
 
-    EXPECT_EQ(ok({ "apply", demoFile }), Lines { "nothing to change" });
+    EXPECT_EQ(ok({ "apply", demoFile }), "nothing to change\n");
     EXPECT_EQ(ok({ "sources", "demo", "counter" }), sources);
     // A value changed by hand is set back, and nothing else is touched.
     ok({ "set", "demo", "generator", "rate", "5" });
-    EXPECT_EQ(ok({ "apply", demoFile }), Lines({ "set rate of processor demo/generator to 2000", "1 change" }));
+    EXPECT_EQ(ok({ "apply", demoFile }), "set rate of processor demo/generator to 2000\n1 change\n");
 
-    EXPECT_EQ(ok({ "down", demoFile }).back(), "4 changes");
-    EXPECT_EQ(ok({ "groups" }), Lines {});
-    EXPECT_EQ(ok({ "down", demoFile }), Lines { "nothing to delete" });
+    EXPECT_THAT(ok({ "down", demoFile }), EndsWith("\ndeleted group demo\n4 changes\n"));
+    EXPECT_EQ(ok({ "groups" }), "");
+    EXPECT_EQ(ok({ "down", demoFile }), "nothing to delete\n");
 
     // What the file did not make stays, and with it its group.
     ok({ "apply", demoFile });
     ok({ "create", "demo", "extra", "demo.Relay", "--stream", "extra", "--stream-address", "inproc://extra" });
-    EXPECT_THAT(ok({ "down", demoFile }), Contains("kept group demo: it still holds extra"));
-    EXPECT_EQ(ok({ "processors", "demo" }), Lines { "extra" });
+    EXPECT_THAT(ok({ "down", demoFile }), HasSubstr("\nkept group demo: it still holds extra\n"));
+    EXPECT_EQ(ok({ "processors", "demo" }), "extra\n");
 }
 
 TEST_F(Pipelines, ErrorsNameTheLineOfTheElement)
 {
-    struct Case
-    {
-        char const* json;
-        int exitCode;
-        std::string error;
-    };
-    std::vector<Case> const cases = {
-        { "{\"groups\": [{\"name\": \"g\",\n \"processors\": [{\"name\": \"a\",\n \"type\": \"demo.Relay\", \"strem\": "
-          "\"x\"}]}]}",
+    // The file, zelctl's exit code, and the end of "FILE:LINE: ..." on stderr.
+    std::vector<std::tuple<char const*, int, std::string>> const cases = {
+        { R"({"groups": [{"name": "g",
+              "processors": [{"name": "a",
+              "type": "demo.Relay", "strem": "x"}]}]})",
             2, ":3: unknown key \"strem\"" },
         { "{\"groups\": [\n{\"name\": \"g\"},\n]}", 2, ":3: " },
-        { "{\"groups\": [{\"name\": \"g\", \"host\": \"far\"}]}", 2, ":1: no host \"far\" in \"hosts\"" },
-        { "{\"groups\": [{\"name\": \"g\", \"processors\": [\n"
-          "{\"name\": \"a\", \"type\": \"demo.Relay\", \"stream\": \"x\", \"addresses\": [\"inproc://x\"],\n"
-          " \"takes\": [{\"stream\": \"y\"}]},\n"
-          "{\"name\": \"b\", \"type\": \"demo.Relay\", \"stream\": \"y\", \"addresses\": [\"inproc://y\"],\n"
-          " \"takes\": [{\"stream\": \"x\"}]}]}]}",
+        { R"({"groups": [{"name": "g", "processors": [
+              {"name": "a", "type": "demo.Relay", "stream": "x", "addresses": ["inproc://x"],
+               "takes": [{"stream": "y"}]},
+              {"name": "b", "type": "demo.Relay", "stream": "y", "addresses": ["inproc://y"],
+               "takes": [{"stream": "x"}]}]}]})",
             2, ":5: stream x leads back to processor b in a loop" },
-        { "{\"groups\": [{\"name\": \"g\", \"processors\": [\n{\"name\": \"a\", \"type\": \"demo.Nope\"}]}]}", 1,
-            ":2: creating processor g/a: Error: Processor of type 'demo.Nope' could not be created." },
-        { "{\"groups\": [{\"name\": \"h\", \"processors\": [{\"name\": \"a\", \"type\": \"demo.Relay\",\n"
-          "\"stream\": \"s\", \"addresses\": [\"inproc://s\"], \"takes\": [\n{\"stream\": \"missing\"}]}]}]}",
+        { R"({"groups": [{"name": "g", "processors": [
+              {"name": "a", "type": "demo.Nope"}]}]})",
+            1, ":2: creating processor g/a: Error: Processor of type 'demo.Nope' could not be created." },
+        { R"({"groups": [{"name": "h", "processors": [{"name": "a", "type": "demo.Relay",
+              "stream": "s", "addresses": ["inproc://s"], "takes": [
+              {"stream": "missing"}]}]}]})",
             1, ":3: resolving stream missing of group h: Error: " },
     };
     QTemporaryDir dir;
-    for (Case const& c : cases) {
+    for (auto const& [json, exitCode, error] : cases) {
         QFile file(dir.filePath(QStringLiteral("pipeline.json")));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(c.json);
+        file.write(json);
         file.close();
         zeltest::ZelctlResult const r = run({ "apply", file.fileName() });
-        EXPECT_EQ(r.exitCode, c.exitCode) << c.json << "\n" << r;
-        EXPECT_THAT(r.err, HasSubstr("pipeline.json" + c.error)) << c.json;
+        EXPECT_EQ(r.exitCode, exitCode) << json << "\n" << r;
+        EXPECT_THAT(r.err, HasSubstr("pipeline.json" + error)) << json;
     }
 }
 
 TEST(StreamAddress, AWildcardIsDialledAtTheHostThatResolvedIt)
 {
-    struct Case
-    {
-        QVector<QString> registered;
-        char const* frontend;
-        bool otherHost;
-        char const* dialled;
-    };
-    std::vector<Case> const cases = {
+    // Registered addresses, the frontend they were resolved at, whether the taker is on another host.
+    std::vector<std::tuple<QVector<QString>, char const*, bool, char const*>> const cases = {
         { { "tcp://0.0.0.0:5000" }, "tcp://10.0.0.2:7000", true, "tcp://10.0.0.2:5000" },
         { { "tcp://[::]:5000" }, "tcp://10.0.0.2:7000", false, "tcp://10.0.0.2:5000" },
         { { "tcp://10.0.0.9:5000" }, "tcp://10.0.0.2:7000", true, "tcp://10.0.0.9:5000" },
@@ -137,7 +122,7 @@ TEST(StreamAddress, AWildcardIsDialledAtTheHostThatResolvedIt)
         // Nothing better is known than what was registered.
         { { "tcp://0.0.0.0:5" }, "tcp://*:1", false, "tcp://0.0.0.0:5" },
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(StreamAddress::dialable(c.registered, c.frontend, c.otherHost).toStdString(), c.dialled)
-            << c.registered.first().toStdString() << " via " << c.frontend;
+    for (auto const& [registered, frontend, otherHost, dialled] : cases)
+        EXPECT_EQ(StreamAddress::dialable(registered, frontend, otherHost).toStdString(), dialled)
+            << registered.first().toStdString() << " via " << frontend;
 }

@@ -219,8 +219,14 @@ void readPipeline(Pipeline& pipeline, Reader const& r, QJsonValue const& root)
     QJsonValue const hosts = o.value(QStringLiteral("hosts"));
     if (!hosts.isUndefined() && !hosts.isObject())
         r.fail(QStringLiteral("hosts"), QStringLiteral("\"hosts\" takes an object: name -> frontend address"));
-    for (QString const& name : hosts.toObject().keys())
+    for (QString const& name : hosts.toObject().keys()) {
         pipeline.hosts[name] = r.text(hosts.toObject(), QStringLiteral("hosts"), name, true);
+        if (!pipeline.hosts[name].contains(QLatin1String("://")))
+            r.fail(QStringLiteral("hosts/") + name,
+                QStringLiteral("host %1 needs a frontend address such as "
+                               "tcp://10.0.0.1:7700")
+                    .arg(name));
+    }
     QJsonArray const groups = r.array(o, QString(), QStringLiteral("groups"));
     for (int i = 0; i < groups.size(); ++i)
         pipeline.groups.push_back(readGroup(r, groups[i], QStringLiteral("groups/%1").arg(i), pipeline));
