@@ -107,6 +107,17 @@ PipelineTake readTake(Reader const& r, QJsonValue const& value, QString const& p
     return take;
 }
 
+QList<QPair<QString, QString>> readParameters(Reader const& r, QJsonValue const& value, QString const& path)
+{
+    if (!value.isUndefined() && !value.isObject())
+        r.fail(path, QStringLiteral("\"parameters\" takes an object"));
+    QList<QPair<QString, QString>> parameters;
+    QJsonObject const values = value.toObject();
+    for (auto it = values.begin(); it != values.end(); ++it)
+        parameters << qMakePair(it.key(), r.scalar(it.value(), path + QLatin1Char('/') + it.key()));
+    return parameters;
+}
+
 PipelineProcessor readProcessor(Reader const& r, QJsonValue const& value, QString const& path, PipelineGroup const& g)
 {
     QJsonObject const o = r.object(value, path, { "name", "type", "stream", "addresses", "parameters", "takes" });
@@ -117,13 +128,7 @@ PipelineProcessor readProcessor(Reader const& r, QJsonValue const& value, QStrin
     p.addresses = r.texts(o, path, QStringLiteral("addresses"));
     if (p.stream.isEmpty() != p.addresses.isEmpty())
         r.fail(path, QStringLiteral("\"stream\" and \"addresses\" go together"));
-    QString const parametersPath = path + QStringLiteral("/parameters");
-    QJsonValue const parameters = o.value(QStringLiteral("parameters"));
-    if (!parameters.isUndefined() && !parameters.isObject())
-        r.fail(parametersPath, QStringLiteral("\"parameters\" takes an object"));
-    QJsonObject const values = parameters.toObject();
-    for (auto it = values.begin(); it != values.end(); ++it)
-        p.parameters << qMakePair(it.key(), r.scalar(it.value(), parametersPath + QLatin1Char('/') + it.key()));
+    p.parameters = readParameters(r, o.value(QStringLiteral("parameters")), path + QStringLiteral("/parameters"));
     QJsonArray const takes = r.array(o, path, QStringLiteral("takes"));
     for (int i = 0; i < takes.size(); ++i)
         p.takes.push_back(readTake(r, takes[i], at(path, QStringLiteral("takes"), i), g));
