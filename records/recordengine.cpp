@@ -43,8 +43,6 @@ bool noneNull(QVector<QString> const& values)
 
 QString fromUtf8(QByteArray const& bytes) { return QString::fromUtf8(bytes.constData(), bytes.size()); }
 
-QString nonNull(QString const& text) { return text.isNull() ? QString(QLatin1String("")) : text; }
-
 bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field)
 {
     if (text.isEmpty() && validate)

@@ -80,7 +80,6 @@ QStringList translated(QStringList const& names);
 bool noneNull(QVector<QString> const& values);
 // UTF-8 from a byte array's data and size: a null array gives an empty, non-null string.
 QString fromUtf8(QByteArray const& bytes);
-QString nonNull(QString const& text);
 bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field);
 void writePresence(QDataStream& stream, QBitArray const& bits);
 void writeTaggedStrings(QDataStream& stream, QVector<QString> const& values);
@@ -503,7 +502,7 @@ private:
     {
         constexpr Kind kind = kindOf<T>();
         if constexpr (kind == Kind::String) {
-            assign(r, f, m, nonNull(r.GetTextValue(reader)));
+            assign(r, f, m, RECORDMODEL::nonNullText(r.GetTextValue(reader)));
         } else if constexpr (kind == Kind::Enum) {
             assign(r, f, m, static_cast<T>(f.names().indexOf(r.GetTextValue(reader))));
         } else if constexpr (kind == Kind::Bool) {
