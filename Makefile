@@ -2,8 +2,10 @@
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
+# Our own builds treat warnings as errors; a consumer building with plain cmake does not.
+WERROR ?= ON
 
-.PHONY: all deps configure build test demo sanitize clean
+.PHONY: all deps configure build test demo sanitize format-check clean
 
 all: build
 
@@ -11,7 +13,7 @@ deps:
 	@bash scripts/install-deps.sh
 
 configure: deps
-	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) > /dev/null
+	@cmake -S . -B $(BUILD) -DZEL_WERROR=$(WERROR) $(CMAKE_FLAGS) > /dev/null
 
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
@@ -25,11 +27,15 @@ demo: build
 # The sanitizer runs: `make sanitize SAN=address,undefined` or `make sanitize SAN=thread`.
 SAN ?= address,undefined
 sanitize: deps
-	@cmake -S . -B build-$(subst $(comma),-,$(SAN)) -DZEL_SANITIZE=$(SAN) -DZEL_BUILD_BENCH=OFF > /dev/null
+	@cmake -S . -B build-$(subst $(comma),-,$(SAN)) -DZEL_SANITIZE=$(SAN) -DZEL_WERROR=$(WERROR) -DZEL_BUILD_BENCH=OFF > /dev/null
 	@cmake --build build-$(subst $(comma),-,$(SAN)) -j $(JOBS)
 	@ctest --test-dir build-$(subst $(comma),-,$(SAN)) --output-on-failure -j $(JOBS)
 
 comma := ,
+
+# Every tracked source as the committed .clang-format has it; lists what differs and fails.
+format-check: deps
+	@git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 
 clean:
 	@rm -rf $(BUILD)

@@ -11,6 +11,7 @@
 #include <zel/pluginmanager.h>
 #include <zel/processorbase.h>
 #include <zel/processorinfo.h>
+#include <zel/zmqframe.h>
 
 #include <benchmark/benchmark.h>
 
@@ -57,7 +58,7 @@ public:
     zel::ProcessorBase* createProcessor(zel::ProcessorInfo const& info) override { return new Quiet(info); }
 };
 
-std::string withNul(std::string const& name) { return std::string(name.c_str(), name.size() + 1); }
+std::string withNul(std::string const& name) { return zel::nameFrame(name).toStdString(); }
 
 using Frames = std::vector<zmq::message_t>;
 

@@ -204,7 +204,7 @@ QString IRMObject::GetTextValue(QXmlStreamReader& reader) const
 {
     QString const text = reader.readElementText(QXmlStreamReader::SkipChildElements);
     // Empty, not null: an empty list entry that was written reads back as one.
-    return text.isNull() ? QString(QLatin1String("")) : text;
+    return nonNullText(text);
 }
 
 int IRMObject::skipCurrentElement(QDataStream& stream, int length, int tag) const

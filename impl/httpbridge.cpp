@@ -22,6 +22,8 @@ HttpBridge::HttpBridge(zelmsg::Processor const& configuration, std::string const
     : ProcessorBase(configuration, processorName, groupName, addressPrefix)
 { }
 
+bool HttpBridge::StreamEntry::isBinary() const { return contentType == octetStream; }
+
 HttpBridge::~HttpBridge() { input.release(); }
 
 QString HttpBridge::getProcessorType() { return QStringLiteral("HttpBridge"); }
@@ -90,7 +92,6 @@ void HttpBridge::configureTargets()
         entry.name = stream.GetName();
         entry.url.setUrl(addresses.value(0), QUrl::TolerantMode);
         entry.contentType = addresses.value(1).isEmpty() ? octetStream : addresses.value(1);
-        entry.binary = entry.contentType == octetStream;
         if (entry.name.isEmpty() || !entry.url.isValid())
             continue;
         ZEL_TRACE_INFO(QStringLiteral("HttpBridge: connect %1 to %2 content-type=%3")

@@ -75,7 +75,7 @@ void HttpBridgeWorker::postMessage(ByteStreamMessage& message)
     ZEL_TRACE_INFO(QStringLiteral("HttpBridge: post %1 %2 bytes").arg(entry.name).arg(message.data.size()));
     QNetworkRequest request(entry.url);
     request.setHeader(QNetworkRequest::ContentTypeHeader, entry.contentType);
-    if (entry.binary)
+    if (entry.isBinary())
         swapWordsToNetworkOrder(message.data);
     timer->start(postTimeoutMs);
     pendingReply = networkManager->post(request, message.data);

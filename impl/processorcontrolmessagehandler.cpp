@@ -55,7 +55,7 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
             QStringLiteral("Cannot set parameter: %1").arg(record.GetParameterName()));
     case Record::GetParameterMessage:
         return answerWithValue(
-            record, QString(QLatin1String("")),
+            record, RECORDMODEL::nonNullText(),
             [&](QString& value) { return processor.getParameter(record.GetParameterName(), value); },
             [&](QString const& value) { record.SetParameter(value); },
             QStringLiteral("Cannot get parameter: %1").arg(record.GetParameterName()));
@@ -63,7 +63,7 @@ void operateProcessor(ProcessorControlInterface& processor, Record& record)
         return answerWithValue(
             record, QStringList(), [&](QStringList& names) { return processor.getParameterList(names); },
             [&](QStringList const& names) {
-                record.SetParameter(names.isEmpty() ? QString(QLatin1String("")) : names.join(QLatin1Char(',')));
+                record.SetParameter(RECORDMODEL::nonNullText(names.join(QLatin1Char(','))));
             },
             QStringLiteral("Cannot get list of parameters"));
     case Record::StartNewRecording:

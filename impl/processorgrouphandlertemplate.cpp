@@ -7,6 +7,7 @@
 #include <zel/processorinfo.h>
 #include <zel/servecontrolmessage.h>
 #include <zel/socketerror.h>
+#include <zel/zmqframe.h>
 #include <zel/zmqhelper.h>
 
 #include "routedservice.h"
@@ -128,8 +129,7 @@ void ProcessorGroupHandlerTemplate<Traits, Socket>::remove(zelmsg::ControlMessag
 template <class Traits, class Socket>
 void ProcessorGroupHandlerTemplate<Traits, Socket>::publishParameter(zelmsg::ControlMessage& record)
 {
-    QByteArray topic = record.GetParameterName().toUtf8();
-    topic.append('\0');
+    QByteArray const topic = nameFrame(record.GetParameterName().toStdString());
     broadcastSender->sendMessage(ControlMessage { topic, record.GetXmlString().toUtf8() });
     ConfigTool::setResultSuccess(record);
 }

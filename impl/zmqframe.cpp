@@ -49,4 +49,6 @@ void requireLastFrame(zmq::message_t const& frame)
         throw SocketError("Invalid message format");
 }
 
+QByteArray nameFrame(std::string const& name) { return QByteArray(name.c_str(), static_cast<int>(name.size()) + 1); }
+
 } // namespace zel

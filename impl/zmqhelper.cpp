@@ -1,5 +1,7 @@
 #include <zel/zmqhelper.h>
 
+#include <zel/zmqframe.h>
+
 #include "trace.h"
 
 #include <chrono>
@@ -58,7 +60,8 @@ void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address)
 
 void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address, std::string const& identity)
 {
-    socket.set(zmq::sockopt::routing_id, zmq::const_buffer(identity.c_str(), identity.size() + 1));
+    QByteArray const frame = nameFrame(identity);
+    socket.set(zmq::sockopt::routing_id, zmq::const_buffer(frame.constData(), static_cast<size_t>(frame.size())));
     socket.connect(address);
 }
 

@@ -123,7 +123,7 @@ void ConfigTool::setResultSuccess(zelmsg::ControlMessage& message)
 void ConfigTool::setResultSuccess(zelmsg::ControlMessage& message, QString const& value)
 {
     message.SetResultType(zelmsg::ControlMessage::Success);
-    message.SetParameter(value.isNull() ? QString(QLatin1String("")) : value);
+    message.SetParameter(RECORDMODEL::nonNullText(value));
 }
 
 void ConfigTool::setWarningMessage(zelmsg::ControlMessage& message, QString const& text)

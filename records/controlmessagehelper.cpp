@@ -1,5 +1,7 @@
 #include <zel/controlmessagehelper.h>
 
+#include <zel/zmqframe.h>
+
 namespace zel {
 
 namespace {
@@ -150,7 +152,7 @@ Message ControlMessageHelper::makeResolveStreamMessage(std::string const& stream
 zel::ControlMessage ControlMessageHelper::makeMessageEnvelope(std::string const& address, Message const& record)
 {
     zel::ControlMessage envelope;
-    envelope.address.append(address.c_str(), static_cast<int>(address.size()) + 1);
+    envelope.address = zel::nameFrame(address);
     envelope.payload = record.GetXmlString().toUtf8();
     return envelope;
 }

@@ -2,6 +2,13 @@
 
 #include <zel/zelmsg/datasource.h>
 
+// The field table: name, tag in the binary form, and whether the field is always written.
+#define ZELMSG_DATASOURCE_FIELDS(F, R)                                                                                 \
+    F(R, Enum, Protocol, 0x2AD8184C, Optional)                                                                         \
+    F(R, String, Address, 0x4EEF30B0, Optional)                                                                        \
+    F(R, Enum, ByteOrder, 0xC69D142B, Optional)                                                                        \
+    F(R, StringList, Filter, 0x093E3F50, Optional)
+
 namespace zelmsg {
 
 ZELMSG_DEFINE_RECORD(DataSource, ZELMSG_DATASOURCE_FIELDS)

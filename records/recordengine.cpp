@@ -9,12 +9,13 @@ namespace detail {
 
 namespace {
 
-QString fieldName(FieldInfo const& field) { return QString::fromLatin1(field.name); }
+// The field as the error texts name it.
+QString fieldLabel(FieldInfo const& field) { return QString::fromLatin1(field.name); }
 
 // The member behind a field as its record's messages name it: MessageType is m_messageType.
 QString memberName(FieldInfo const& field)
 {
-    QString name = fieldName(field);
+    QString name = fieldLabel(field);
     name[0] = name.at(0).toLower();
     return QStringLiteral("m_") + name;
 }
@@ -42,14 +43,12 @@ bool noneNull(QVector<QString> const& values)
 
 QString fromUtf8(QByteArray const& bytes) { return QString::fromUtf8(bytes.constData(), bytes.size()); }
 
-QString nonNull(QString const& text) { return text.isNull() ? QString(QLatin1String("")) : text; }
-
 bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field)
 {
     if (text.isEmpty() && validate)
         throw RECORDMODEL::InvalidXmlException(
             QStringLiteral("Please set a value or a default for the boolean '%1' in '%2'.")
-                .arg(fieldName(field), record));
+                .arg(fieldLabel(field), record));
     QString const lower = text.toLower();
     return !lower.isEmpty() && lower != QLatin1String("0") && lower != QLatin1String("false");
 }
@@ -83,7 +82,7 @@ void writeStrings(QDataStream& stream, QVector<QString> const& values)
 void throwSetter(QString const& record, FieldInfo const& field)
 {
     throw RECORDMODEL::OutOfRangeException(
-        QStringLiteral("%1: Please set %2 properly (origin: Setter).").arg(record, fieldName(field)));
+        QStringLiteral("%1: Please set %2 properly (origin: Setter).").arg(record, fieldLabel(field)));
 }
 
 void throwEnum(QString const& record, FieldInfo const& field)
@@ -95,12 +94,14 @@ void throwEnum(QString const& record, FieldInfo const& field)
 void throwAppend(QString const& record, FieldInfo const& field)
 {
     throw RECORDMODEL::IncompleteDefinitionException(
-        QStringLiteral("%1: Tried to append not completely defined or invalid item %2.").arg(record, fieldName(field)));
+        QStringLiteral("%1: Tried to append not completely defined or invalid item %2.")
+            .arg(record, fieldLabel(field)));
 }
 
 void throwCheck(QString const& record, FieldInfo const& field)
 {
-    throw RECORDMODEL::OutOfRangeException(QStringLiteral("%1: Please set %2 properly.").arg(record, fieldName(field)));
+    throw RECORDMODEL::OutOfRangeException(
+        QStringLiteral("%1: Please set %2 properly.").arg(record, fieldLabel(field)));
 }
 
 } // namespace detail

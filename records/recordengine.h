@@ -1,8 +1,16 @@
 #pragma once
 
 // The field engine of the zelmsg records: every operation of the family written once over a record's field
-// table (see zel/zelmsg/recordfields.h). A record's .cpp expands its table with ZELMSG_DEFINE_RECORD and adds
-// what really differs between records: HasData and the enumerations' names.
+// table. A record's .cpp declares the table
+//
+//   #define ZELMSG_<RECORD>_FIELDS(F, R) F(R, Kind, Name, Tag, Presence) ...
+//
+// in field order, which is also the order of the presence bits and of every written form, expands it with
+// ZELMSG_DEFINE_RECORD and adds what really differs between records: HasData and the enumerations' names.
+// Kind is one of String, Enum, StringList, RecordList, Record, Bool. An Enum field's type is the record's nested
+// enumeration of the same name, a Record or RecordList field's element type the record class of the same name.
+// Tag is the field's tag in the tagged binary form. A Required field is always written and must be set for
+// Check; a Required enumeration has no valid default (-1), an Optional one defaults to its first name.
 
 #include "binaryreader.h"
 #include "lengthslot.h"
@@ -72,7 +80,6 @@ QStringList translated(QStringList const& names);
 bool noneNull(QVector<QString> const& values);
 // UTF-8 from a byte array's data and size: a null array gives an empty, non-null string.
 QString fromUtf8(QByteArray const& bytes);
-QString nonNull(QString const& text);
 bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field);
 void writePresence(QDataStream& stream, QBitArray const& bits);
 void writeTaggedStrings(QDataStream& stream, QVector<QString> const& values);
@@ -97,14 +104,11 @@ template <class R> struct RecordEngine
         r.SetRecordId(R::id);
     }
 
+    // Lazy allocation; a new private part's nested records start in line with this record.
     static void initData(R const& r)
     {
-        if (peek(r))
-            return;
-        r.d = new Data;
-        r.ConstNoClearReset();
-        r.SetValidate(r.GetValidate());
-        r.SetLogger(r.GetLogger());
+        if (!peek(r))
+            alignNested(r);
     }
 
     template <class T> static T defaultOf(FieldInfo const& f)
@@ -132,9 +136,14 @@ template <class R> struct RecordEngine
         item.SetLogger(r.GetLogger());
     }
 
-    // Brings the nested records in line with this record's flag and logger, before an operation that uses them.
+    // Before an operation that walks the nested records: they may have been handed out by reference and changed,
+    // so they take this record's flag and logger again. Allocates on first use.
     static void alignNested(R const& r)
     {
+        if (!peek(r)) {
+            r.d = new Data;
+            r.ConstNoClearReset();
+        }
         r.SetValidate(r.GetValidate());
         r.SetLogger(r.GetLogger());
     }
@@ -253,7 +262,6 @@ template <class R> struct RecordEngine
     static void check(R const& r, bool deep)
     {
         alignNested(r);
-        initData(r);
         Data& d = data(r);
         Data::visit([&](FieldInfo const& f, auto m) {
             if (d.bits.testBit(f.bit))
@@ -303,7 +311,7 @@ template <class R> struct RecordEngine
     {
         QStringRef const name = reader.name();
         initData(r);
-        bool const known = readField([&](FieldInfo const& f) { return name == fieldName(f); },
+        bool const known = readField([&](FieldInfo const& f) { return name == elementName(f); },
             [&](FieldInfo const& f, auto m) { readXml(r, f, m, reader); });
         if (!known)
             reader.skipCurrentElement();
@@ -325,7 +333,6 @@ template <class R> struct RecordEngine
     static void setBinary(R& r, QDataStream& stream, int length)
     {
         alignNested(r);
-        initData(r);
         BinaryReader in(stream, r.GetObjectName(), "SetBinary");
         qint64 remaining = length;
         while (remaining > 0 && !in.atEnd()) {
@@ -363,7 +370,8 @@ template <class R> struct RecordEngine
     }
 
 private:
-    static QString const& fieldName(FieldInfo const& f)
+    // The XML element name of a field, built once per record type.
+    static QString const& elementName(FieldInfo const& f)
     {
         static QVector<QString> const names = [] {
             QVector<QString> all(Data::bitCount);
@@ -380,7 +388,6 @@ private:
         alignNested(r);
         if (r.GetValidate())
             r.Check();
-        initData(r);
         return data(r);
     }
 
@@ -474,7 +481,7 @@ private:
     template <class T> static void writeXml(QXmlStreamWriter& writer, FieldInfo const& f, T& value)
     {
         constexpr Kind kind = kindOf<T>();
-        QString const& name = fieldName(f);
+        QString const& name = elementName(f);
         if constexpr (kind == Kind::String)
             writer.writeTextElement(name, value);
         else if constexpr (kind == Kind::Enum)
@@ -495,7 +502,7 @@ private:
     {
         constexpr Kind kind = kindOf<T>();
         if constexpr (kind == Kind::String) {
-            assign(r, f, m, nonNull(r.GetTextValue(reader)));
+            assign(r, f, m, RECORDMODEL::nonNullText(r.GetTextValue(reader)));
         } else if constexpr (kind == Kind::Enum) {
             assign(r, f, m, static_cast<T>(f.names().indexOf(r.GetTextValue(reader))));
         } else if constexpr (kind == Kind::Bool) {

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake pkg-config
+  build-essential cmake pkg-config git clang-format
   qtbase5-dev
   libzmq3-dev cppzmq-dev
   libboost-dev

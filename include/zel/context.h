@@ -20,8 +20,9 @@ public:
     static std::shared_ptr<zmq::context_t> getZMQContext();
     // A new socket on the context. Throws zmq::error_t (ETERM) once the context is reset.
     static zmq::socket_t createSocket(zmq::socket_type type);
-    // Drops the context for good; destroys it when nobody else holds it, which blocks until
-    // every socket is closed. Final for the process.
+    // Drops the context for good. Any thread, but only once the threads that own sockets are
+    // stopping: it blocks until every socket on the context is closed (libzmq's termination), and
+    // sockets still open get ETERM. Called by the host at its termination; final for the process.
     static void reset();
 
     void aboutToTerminate() override;

@@ -54,7 +54,8 @@ private:
         QString name;
         QString contentType;
         QUrl url;
-        bool binary = false;
+        // Octet streams are sent in network byte order, word by word; other content as it came.
+        bool isBinary() const;
     };
 
     // Blocks in the poll until one input message is handed to the worker or the bridge is to stop;

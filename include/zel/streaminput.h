@@ -23,7 +23,8 @@ namespace zel {
 class ZEL_EXPORT StreamInput
 {
 public:
-    // Creates the socket and its input client, and adds the socket to the reader.
+    // On the owner's thread, from its initialize: the socket must live and die there. A high-water
+    // mark (-1: libzmq's default) bounds what waits while the owner is busy; beyond it input is dropped.
     void create(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader,
         int receiveHighWaterMark = -1);
     void release();
@@ -34,10 +35,10 @@ public:
     // An empty name acts on every filter ever subscribed.
     void start(QString const& name);
     void stop(QString const& name);
-    // Subscribes bytes directly, unlisted.
+    // Unlisted, so that Start and Stop, even of every filter, never take it away.
     void subscribeDirectly(QByteArray const& prefix);
 
-    // Takes one message if the last poll showed one.
+    // One message per wake at most, so that the owner's control sockets are served in between.
     void serve(SocketReader& reader);
     bool hasEvents(SocketReader& reader) const { return reader.getEvents(index) != 0; }
 

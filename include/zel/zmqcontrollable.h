@@ -36,8 +36,10 @@ protected:
         int index;
         InputClient* client;
     };
-    // The loop of every service: wait, stop when the control socket has anything, then serve each
-    // input with an event one message, in the order given.
+    // The loop of every service. Only from process(), on the object's own thread: blocks in the poll
+    // without time-out, returns once the control socket has a frame. Each input with an event is served
+    // one message per wake, in the order given, so no input starves another; the inputs stay the
+    // caller's.
     void dispatchUntilStopped(std::vector<Input> const& inputs);
 
     SocketReader reader;

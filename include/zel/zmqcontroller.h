@@ -19,7 +19,8 @@ namespace zel {
 enum ThreadState : int {
     Idle = 0,
     Starting = 1,
-    // 2: no state; the creator stops waiting at or above it.
+    // Not a state a thread takes: the creator stops waiting at or above it, on Running and on every end.
+    WakeThreshold = 2,
     Running = 3,
     Releasing = 4,
     Finished = 5,
@@ -51,7 +52,7 @@ public:
     {
         std::unique_lock<std::mutex> lock(mutex);
         thread->start(QThread::InheritPriority);
-        condition.wait(lock, [this] { return state >= 2; });
+        condition.wait(lock, [this] { return state >= WakeThreshold; });
         // The thread may already have failed in process by the time we wake: not a failed start.
         bool const failed = !reachedRunning;
         lock.unlock();
@@ -157,8 +158,6 @@ public:
         threadSocket = socket;
         object->setControlSocket(socket);
     }
-
-    void cleanupThread() override { }
 
 protected:
     // One blocking frame; whether all bytes went. Nothing thrown.

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <zmq.hpp>
 
+#include <string>
+
 namespace zel {
 
 // The two operations that carry every frame of the socket templates. Blocking; the caller's thread
@@ -21,5 +23,8 @@ ZEL_EXPORT QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& f
 ZEL_EXPORT void requireMoreFrames(zmq::message_t const& frame);
 // Throws SocketError "Invalid message format" when another frame of the message follows.
 ZEL_EXPORT void requireLastFrame(zmq::message_t const& frame);
+// A name as an identity or address frame carries it: its bytes and the terminating NUL, which the router
+// frames of every peer include.
+ZEL_EXPORT QByteArray nameFrame(std::string const& name);
 
 } // namespace zel

@@ -148,6 +148,47 @@ TEST_F(HttpBridgeTest, AServerThatNeverAnswersCostsOneTimeOutPerMessageEvenAtDel
     EXPECT_EQ(bridgeTraces(), (QStringList { timeout, timeout, timeout }));
 }
 
+// While a POST is pending the bridge reads no input: ZeroMQ keeps ten messages for it and drops the
+// rest, so that a slow server costs input, not memory.
+TEST_F(HttpBridgeTest, InputBeyondItsQueueIsDroppedWhileAPostIsPending)
+{
+    // Over inproc the publisher's own queue of one adds to the bridge's, and nothing else does.
+    zmq::socket_t feed = zeltest::makeSocket(zmq::socket_type::pub);
+    feed.set(zmq::sockopt::sndhwm, 1);
+    feed.bind("inproc://httpbridge-queue");
+    zelmsg::Processor config;
+    for (zelmsg::DataStream const& stream : { target("warm", { sink.url("/warm") }),
+             target("held", { silent.url("/held") }), target("n", { sink.url("/n") }) })
+        config.AppendDataStream(stream);
+    ASSERT_EQ(create("HttpBridge", "h", config), "Success");
+    ASSERT_EQ(
+        ask("h", Helper::makeConnectStreamMessage("in", "inproc://httpbridge-queue", std::vector<std::string> {})),
+        "Success");
+    ASSERT_TRUE(zeltest::waitUntil([&] {
+        zeltest::sendFrames(feed, { "warm", "" });
+        return sink.count() > 0;
+    }));
+    zeltest::sendFrames(feed, { "held", "" });
+    ASSERT_TRUE(zeltest::waitUntil([&] { return silent.count() == 1; }));
+
+    for (int i = 0; i < 100; ++i)
+        zeltest::sendFrames(feed, { "n", std::to_string(i) });
+    std::string const end = "/n application/octet-stream end";
+    // The POST times out after a second; then the queue drains, and a marker sent until it arrives
+    // says that it has.
+    ASSERT_TRUE(zeltest::waitUntil([&] {
+        zeltest::sendFrames(feed, { "n", "end" });
+        return !posted().empty() && posted().back() == end;
+    }));
+    auto const all = posted();
+    auto const kept = std::count_if(all.begin(), all.end(), [&](std::string const& p) { return p != end; });
+    // Eleven places in all; libzmq tells the writer of reads in batches, so up to five of them may
+    // still count as taken by the messages read before.
+    EXPECT_GE(kept, 5);
+    EXPECT_LE(kept, 11) << "kept " << kept << " of 100";
+    EXPECT_EQ(all.front(), "/n application/octet-stream 0") << "the oldest stay, the newest go";
+}
+
 TEST_F(HttpBridgeTest, StreamsWithoutNameOrValidUrlAreSkipped)
 {
     zeltest::TraceCapture information(0x60);

@@ -9,8 +9,6 @@
 #include <QByteArray>
 #include <QDataStream>
 
-#include <random>
-
 namespace recordtesting {
 
 using RECORDMODEL::BinaryParsingException;
@@ -79,27 +77,5 @@ template <class E, class Action> void expectThrow(Action&& action, QString const
         ADD_FAILURE() << "other record exception: " << e.text().toStdString();
     }
 }
-
-// Random records of every shape, valid enough to survive all three forms unchanged.
-class RandomRecords
-{
-public:
-    explicit RandomRecords(unsigned seed)
-        : m_random(seed)
-    { }
-
-    zelmsg::ControlMessage message();
-    zelmsg::Processor processor();
-    zelmsg::DataSource source();
-    zelmsg::DataStream stream();
-    QString text();
-    int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(m_random); }
-    bool chance() { return below(2) == 0; }
-
-private:
-    QVector<QString> texts();
-
-    std::mt19937 m_random;
-};
 
 } // namespace recordtesting

@@ -2,6 +2,7 @@
 
 #include <zel/context.h>
 #include <zel/endpoints.h>
+#include <zel/zmqframe.h>
 #include <zel/zmqhelper.h>
 
 #include <QHostAddress>
@@ -9,7 +10,7 @@
 
 namespace zeltest {
 
-std::string withNul(std::string const& name) { return std::string(name.c_str(), name.size() + 1); }
+std::string withNul(std::string const& name) { return zel::nameFrame(name).toStdString(); }
 
 zmq::socket_t makeSocket(zmq::socket_type type)
 {

@@ -1,11 +1,10 @@
-#include "support/rawpeers.h"
+#include "support/controlclient.h"
 
 #include <zel/controlmessagehelper.h>
 #include <zel/datastreaminitializer.h>
 #include <zel/decodecontrolrecord.h>
 #include <zel/endpoints.h>
 #include <zel/environment.h>
-#include <zel/nameservice.h>
 #include <zel/nameserviceclient.h>
 #include <zel/processorerror.h>
 #include <zel/zelmsg/datastream.h>
@@ -16,7 +15,7 @@
 
 using zel::ControlMessageHelper;
 using zel::Endpoints;
-using zeltest::Frames;
+using zeltest::outcome;
 using Record = zelmsg::ControlMessage;
 using Addresses = std::vector<std::string>;
 
@@ -30,73 +29,53 @@ bool isBoundLoopback(std::string const& endpoint)
     return std::regex_match(endpoint, std::regex("tcp://127\\.0\\.0\\.1:[1-9][0-9]*"));
 }
 
-Record decode(std::string const& payload)
-{
-    return zel::decodeControlRecord({ {}, QByteArray(payload.data(), static_cast<int>(payload.size())) });
-}
-
 std::string xmlOf(Record const& record) { return record.GetXmlString().toUtf8().toStdString(); }
 
-void expectError(Record const& reply, std::string const& text)
-{
-    EXPECT_EQ(reply.GetResultType(), Record::Error);
-    EXPECT_EQ(reply.GetMessageText().toStdString(), text);
-}
-
-// A name service on its own thread beside an Environment, whose router leads to the routed door.
-// The group name is one the group manager never made a group for.
+// The name service of group "ns", reached by its two doors: through the router as a client outside
+// reaches it, and directly as the processors of the group do.
 class NameServiceTest : public testing::Test
 {
 protected:
-    // The service stops before the router; the next test's Environment needs the endpoints free.
+    void SetUp() override
+    {
+        ASSERT_EQ(outcome(control.request(
+                      zeltest::managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage("ns"))),
+            "Success");
+    }
+
     void TearDown() override
     {
-        service.reset();
         environment.reset();
         EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
-    // One payload through the router's frontend to the routed door, as a client outside would send it.
-    Record routed(std::string const& payload)
+    std::string routed(std::string const& payload)
     {
-        zmq::socket_t client = zeltest::connectClient(environment->getRouterFrontendAddress());
-        std::string const service = zeltest::withNul(Endpoints::getNameServiceEndpoint(group, prefix));
-        zeltest::sendFrames(client, { "", service, payload });
-        auto const reply = zeltest::receiveFrames(client);
-        if (!reply || reply->size() != 3 || (*reply)[0] != "" || (*reply)[1] != service) {
-            ADD_FAILURE() << "no well-formed reply through the router";
-            return {};
-        }
-        return decode(reply->back());
+        return outcome(control.requestRaw(zeltest::nameServiceIdentity("ns"), payload));
     }
 
     // One payload straight to the direct door from a raw REQ socket.
-    static Record direct(std::string const& payload)
+    static std::string direct(std::string const& payload)
     {
-        zmq::socket_t client = zeltest::makeSocket(zmq::socket_type::req);
-        client.connect(Endpoints::getInternalNameServiceEndpoint(group, prefix));
-        zeltest::sendFrames(client, { payload });
-        auto const reply = zeltest::receiveFrames(client);
-        if (!reply || reply->size() != 1) {
-            ADD_FAILURE() << "no single-frame reply from the direct door";
-            return {};
-        }
-        return decode(reply->back());
+        zmq::socket_t socket = zeltest::makeSocket(zmq::socket_type::req);
+        socket.connect(Endpoints::getInternalNameServiceEndpoint("ns", prefix));
+        zeltest::sendFrames(socket, { payload });
+        auto const reply = zeltest::receiveFrames(socket);
+        if (!reply || reply->size() != 1)
+            return "no single-frame reply";
+        return outcome(zel::decodeControlRecord({ {}, QByteArray::fromStdString(reply->back()) }));
     }
 
-    static constexpr char const* group = "nstest";
     std::unique_ptr<zel::Environment> environment = std::make_unique<zel::Environment>();
-    std::unique_ptr<zel::ZmqControllableThread<zel::NameService>> service
-        = std::make_unique<zel::ZmqControllableThread<zel::NameService>>(
-            std::make_unique<zel::NameService>(group, prefix));
-    zel::NameServiceClient client { Endpoints::getInternalNameServiceEndpoint(group, prefix), 10000 };
+    zeltest::ControlClient control { environment->getRouterFrontendAddress() };
+    zel::NameServiceClient client { Endpoints::getInternalNameServiceEndpoint("ns", prefix), 10000 };
     std::string processor;
     Addresses addresses;
 };
 
 } // namespace
 
-TEST_F(NameServiceTest, RegisterResolveAndDeregisterByTheDirectDoor)
+TEST_F(NameServiceTest, RegisterResolveAndDeregisterByEitherDoorOnOneStore)
 {
     Addresses const unsorted { "tcp://10.0.0.2:7000", "inproc://a" };
     EXPECT_TRUE(client.registerStream("video", "camera", unsorted));
@@ -110,56 +89,37 @@ TEST_F(NameServiceTest, RegisterResolveAndDeregisterByTheDirectDoor)
     EXPECT_EQ(addresses, unsorted);
     EXPECT_EQ(client.getLastMessageText(), "") << "a success clears the text of the earlier failure";
 
-    EXPECT_FALSE(client.deregisterStream("never"));
-    EXPECT_EQ(client.getLastMessageText(), "Error: 'never' does not exist");
     EXPECT_FALSE(client.resolveStream("never", processor, addresses));
     EXPECT_EQ(client.getLastMessageText(), "Error: 'never' does not exist");
     EXPECT_EQ(processor, "camera") << "a failed resolve leaves its outputs";
 
-    EXPECT_TRUE(client.deregisterStream("video"));
-    EXPECT_TRUE(client.registerStream("video", "p2", { "inproc://two" }));
+    auto const resolved
+        = control.request(zeltest::nameServiceIdentity("ns"), ControlMessageHelper::makeResolveStreamMessage("video"));
+    ASSERT_EQ(outcome(resolved), "Success");
+    EXPECT_EQ(resolved->GetStreamName(), QStringLiteral("video")) << "the reply is the request record";
+    EXPECT_EQ(resolved->GetProcessorName(), QStringLiteral("camera"));
+    EXPECT_EQ(ControlMessageHelper::fromQStringVector(resolved->GetStreamAddresses()), unsorted);
+
+    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))), "Success");
+    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))),
+        "Error: Error: 'video' does not exist");
+    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeRegisterStreamMessage("video", "p2", "inproc://two"))), "Success");
     EXPECT_TRUE(client.resolveStream("video", processor, addresses));
     EXPECT_EQ(processor, "p2");
     EXPECT_EQ(addresses, Addresses { "inproc://two" });
 }
 
-TEST_F(NameServiceTest, BothDoorsShareOneStore)
-{
-    ASSERT_TRUE(client.registerStream("direct", "p1", { "inproc://d1", "inproc://d2" }));
-    Record reply = routed(xmlOf(ControlMessageHelper::makeResolveStreamMessage("direct")));
-    EXPECT_EQ(reply.GetResultType(), Record::Success);
-    EXPECT_FALSE(reply.IsMessageTextSet());
-    EXPECT_EQ(reply.GetStreamName(), "direct") << "the reply is the request record";
-    EXPECT_EQ(reply.GetProcessorName(), "p1");
-    EXPECT_EQ(ControlMessageHelper::fromQStringVector(reply.GetStreamAddresses()),
-        (Addresses { "inproc://d1", "inproc://d2" }));
-
-    reply = routed(xmlOf(ControlMessageHelper::makeRegisterStreamMessage("routed", "p2", "inproc://r")));
-    EXPECT_EQ(reply.GetResultType(), Record::Success);
-    EXPECT_TRUE(client.resolveStream("routed", processor, addresses));
-    EXPECT_EQ(processor, "p2");
-
-    EXPECT_EQ(
-        routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("direct"))).GetResultType(), Record::Success);
-    expectError(
-        routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("direct"))), "Error: 'direct' does not exist");
-}
-
-TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageType)
+TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageTypeAtEitherDoor)
 {
     std::string unknownName = xmlOf(ControlMessageHelper::makeResolveStreamMessage("s"));
     unknownName.replace(unknownName.find("ResolveStream"), 13, "ResolveStreams");
-    std::vector<std::string> const payloads { xmlOf(ControlMessageHelper::makeStartStreamMessage("s")),
-        xmlOf(ControlMessageHelper::makeSetParameterMessage("s", "1")), unknownName, "garbage, \x01 not a record", "" };
-    for (std::string const& payload : payloads) {
-        SCOPED_TRACE(payload);
-        expectError(direct(payload), "Unknown message type");
+    for (std::string const& payload : { xmlOf(ControlMessageHelper::makeStartStreamMessage("s")),
+             xmlOf(ControlMessageHelper::makeSetParameterMessage("s", "1")), unknownName,
+             std::string("garbage, \x01 not a record"), std::string() }) {
+        EXPECT_EQ(direct(payload), "Error: Unknown message type") << payload;
+        EXPECT_EQ(routed(payload), "Error: Unknown message type") << payload;
     }
-    expectError(routed(payloads.front()), "Unknown message type");
-
-    // Still serving, by both doors.
-    EXPECT_TRUE(client.registerStream("after", "p", { "inproc://after" }));
-    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeResolveStreamMessage("after"))).GetResultType(), Record::Success);
+    EXPECT_TRUE(client.registerStream("after", "p", { "inproc://after" })) << "still serving";
 }
 
 TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADuplicate)
@@ -169,7 +129,7 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
     stream.SetName("frames");
     stream.AppendAddress("tcp://127.0.0.1:*");
     stream.AppendAddress("inproc://initializer-test-frames");
-    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint(group, "pub1", prefix), "pub1", client)
+    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint("ns", "pub1", prefix), "pub1", client)
         .initialize(publisher, stream);
 
     Addresses const bound = ControlMessageHelper::fromQStringVector(stream.GetAddress());
@@ -182,7 +142,7 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
     EXPECT_EQ(processor, "pub1");
     EXPECT_EQ(addresses, bound);
 
-    std::string const secondEndpoint = Endpoints::getProcessorEndpoint(group, "pub2", prefix);
+    std::string const secondEndpoint = Endpoints::getProcessorEndpoint("ns", "pub2", prefix);
     zmq::socket_t secondSocket = zeltest::makeSocket(zmq::socket_type::pub);
     zelmsg::DataStream second;
     second.SetName("frames");

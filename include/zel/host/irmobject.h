@@ -20,6 +20,13 @@ class Logger;
 
 enum class ObjectTypes { Undefined, Record };
 
+// The text, or for a null one an empty, non-null string: a string field holding it counts as set, where a null
+// string is refused.
+inline QString nonNullText(QString const& text = QString())
+{
+    return text.isNull() ? QString(QLatin1String("")) : text;
+}
+
 // Base of the records: name, id, validate flag and logger, and the representations built on the four
 // operations each record brings (GetXml, ProcessXml, GetBinary, SetBinary).
 //

@@ -2,12 +2,6 @@
 
 #include <zel/zelmsg/recordfields.h>
 
-#define ZELMSG_DATASOURCE_FIELDS(F, R)                                                                                 \
-    F(R, Enum, Protocol, 0x2AD8184C, Optional)                                                                         \
-    F(R, String, Address, 0x4EEF30B0, Optional)                                                                        \
-    F(R, Enum, ByteOrder, 0xC69D142B, Optional)                                                                        \
-    F(R, StringList, Filter, 0x093E3F50, Optional)
-
 namespace zelmsg {
 
 // One input of a processor.
@@ -20,7 +14,55 @@ public:
     static constexpr qint64 id = 0x27EB9316;
 
     ZELMSG_RECORD_MEMBERS(DataSource)
-    ZELMSG_DATASOURCE_FIELDS(ZELMSG_DECLARE_FIELD, DataSource)
+
+    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // How the source is reached; reads SUB while unset.
+    Protocol const& GetProtocol() const;
+    Protocol GetDefaultProtocol() const;
+    Protocol GetInvalidProtocol() const;
+    bool IsValidProtocol(Protocol const& value) const;
+    bool IsProtocolSet() const;
+    void SetProtocol(Protocol const& value);
+    void ResetProtocol();
+    QString GetProtocolAsString() const;
+    QString ProtocolToName(Protocol const& value) const;
+    Protocol NameToProtocol(QString const& name) const;
+    static QStringList const& GetProtocols();
+    static QStringList GetGUIProtocols();
+
+    // Where the source is.
+    QString GetAddress() const;
+    QString GetDefaultAddress() const;
+    bool IsValidAddress(QString const& value) const;
+    bool IsAddressSet() const;
+    void SetAddress(QString value);
+    void ResetAddress();
+
+    // Byte order of the data; reads Host while unset.
+    ByteOrder const& GetByteOrder() const;
+    ByteOrder GetDefaultByteOrder() const;
+    ByteOrder GetInvalidByteOrder() const;
+    bool IsValidByteOrder(ByteOrder const& value) const;
+    bool IsByteOrderSet() const;
+    void SetByteOrder(ByteOrder const& value);
+    void ResetByteOrder();
+    QString GetByteOrderAsString() const;
+    QString ByteOrderToName(ByteOrder const& value) const;
+    ByteOrder NameToByteOrder(QString const& name) const;
+    static QStringList const& GetByteOrders();
+    static QStringList GetGUIByteOrders();
+
+    // Filters on the source.
+    QVector<QString> const& GetFilter() const;
+    QVector<QString>& GetFilter();
+    QString GetDefaultFilter() const;
+    bool IsValidFilter(QVector<QString> const& value) const;
+    bool IsValidFilter(QString const& value) const;
+    bool IsFilterSet() const;
+    void SetFilter(QVector<QString> const& value);
+    void AppendFilter(QString const& value);
+    void ResetFilter();
+
     ZELMSG_DECLARE_TR
 };
 

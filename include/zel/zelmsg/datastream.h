@@ -2,12 +2,6 @@
 
 #include <zel/zelmsg/recordfields.h>
 
-#define ZELMSG_DATASTREAM_FIELDS(F, R)                                                                                 \
-    F(R, String, Name, 0x8C9FBCA8, Required)                                                                           \
-    F(R, Enum, Protocol, 0x2AD8184C, Optional)                                                                         \
-    F(R, StringList, Address, 0x4EEF30B0, Optional)                                                                    \
-    F(R, Bool, Running, 0x40C01313, Optional)
-
 namespace zelmsg {
 
 // One output stream of a processor.
@@ -19,7 +13,48 @@ public:
     static constexpr qint64 id = 0xC3AA87AB;
 
     ZELMSG_RECORD_MEMBERS(DataStream)
-    ZELMSG_DATASTREAM_FIELDS(ZELMSG_DECLARE_FIELD, DataStream)
+
+    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // Name of the stream; the one mandatory field, and an empty name is a name.
+    QString GetName() const;
+    QString GetDefaultName() const;
+    bool IsValidName(QString const& value) const;
+    bool IsNameSet() const;
+    void SetName(QString value);
+    void ResetName();
+
+    // How the stream is offered; PUB is the only value.
+    Protocol const& GetProtocol() const;
+    Protocol GetDefaultProtocol() const;
+    Protocol GetInvalidProtocol() const;
+    bool IsValidProtocol(Protocol const& value) const;
+    bool IsProtocolSet() const;
+    void SetProtocol(Protocol const& value);
+    void ResetProtocol();
+    QString GetProtocolAsString() const;
+    QString ProtocolToName(Protocol const& value) const;
+    Protocol NameToProtocol(QString const& name) const;
+    static QStringList const& GetProtocols();
+    static QStringList GetGUIProtocols();
+
+    // Addresses of the stream.
+    QVector<QString> const& GetAddress() const;
+    QVector<QString>& GetAddress();
+    QString GetDefaultAddress() const;
+    bool IsValidAddress(QVector<QString> const& value) const;
+    bool IsValidAddress(QString const& value) const;
+    bool IsAddressSet() const;
+    void SetAddress(QVector<QString> const& value);
+    void AppendAddress(QString const& value);
+    void ResetAddress();
+
+    // Whether the stream runs; set by the configuration tool and carried.
+    bool GetRunning() const;
+    bool GetDefaultRunning() const;
+    bool IsRunningSet() const;
+    void SetRunning(bool value);
+    void ResetRunning();
+
     ZELMSG_DECLARE_TR
 };
 

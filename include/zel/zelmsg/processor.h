@@ -4,12 +4,6 @@
 #include <zel/zelmsg/datastream.h>
 #include <zel/zelmsg/recordfields.h>
 
-#define ZELMSG_PROCESSOR_FIELDS(F, R)                                                                                  \
-    F(R, String, ID, 0xC59FE1C0, Optional)                                                                             \
-    F(R, String, ProcessorType, 0x4146CD0A, Optional)                                                                  \
-    F(R, RecordList, DataSource, 0xEC119564, Optional)                                                                 \
-    F(R, RecordList, DataStream, 0xCEFB96FD, Optional)
-
 namespace zelmsg {
 
 // A processor's configuration: what it is, its inputs and its outputs.
@@ -20,7 +14,43 @@ public:
     static constexpr qint64 id = 0x831E9FA2;
 
     ZELMSG_RECORD_MEMBERS(Processor)
-    ZELMSG_PROCESSOR_FIELDS(ZELMSG_DECLARE_FIELD, Processor)
+
+    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // Identity of the configuration; carried, nothing reads it.
+    QString GetID() const;
+    QString GetDefaultID() const;
+    bool IsValidID(QString const& value) const;
+    bool IsIDSet() const;
+    void SetID(QString value);
+    void ResetID();
+
+    // Type of the processor; carried, creation goes by the message's own.
+    QString GetProcessorType() const;
+    QString GetDefaultProcessorType() const;
+    bool IsValidProcessorType(QString const& value) const;
+    bool IsProcessorTypeSet() const;
+    void SetProcessorType(QString value);
+    void ResetProcessorType();
+
+    // Its inputs; any source may be appended.
+    QVector<DataSource> const& GetDataSource() const;
+    QVector<DataSource>& GetDataSource();
+    bool IsValidDataSource(QVector<DataSource> const& value) const;
+    bool IsValidDataSource(DataSource const& value) const;
+    bool IsDataSourceSet() const;
+    void SetDataSource(QVector<DataSource> const& value);
+    void AppendDataSource(DataSource const& value);
+    void ResetDataSource();
+
+    // Its outputs; an appended stream must have a name.
+    QVector<DataStream> const& GetDataStream() const;
+    QVector<DataStream>& GetDataStream();
+    bool IsValidDataStream(QVector<DataStream> const& value) const;
+    bool IsValidDataStream(DataStream const& value) const;
+    bool IsDataStreamSet() const;
+    void SetDataStream(QVector<DataStream> const& value);
+    void AppendDataStream(DataStream const& value);
+    void ResetDataStream();
 };
 
 } // namespace zelmsg

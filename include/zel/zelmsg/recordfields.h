@@ -1,14 +1,7 @@
 #pragma once
 
-// The shape shared by the records of zelmsg. A record is declared by a field table:
-//
-//   #define ZELMSG_<RECORD>_FIELDS(F, R) F(R, Kind, Name, Tag, Presence) ...
-//
-// in field order, which is also the order of the presence bits and of every written form. Kind is one of
-// String, Enum, StringList, RecordList, Record, Bool. An Enum field's type is the record's nested enumeration of
-// the same name, a Record or RecordList field's element type the record class of the same name. Tag is the
-// field's tag in the tagged binary form. A Required field is always written and must be set for Check; a
-// Required enumeration has no valid default (-1), an Optional one defaults to its first name.
+// The record-level members shared by the records of zelmsg. Each record's header declares its own field
+// accessors; their bodies all come from one engine over the record's field table (records/recordengine.h).
 
 #include <zel/host/irmobject.h>
 #include <zel/zel_export.h>
@@ -75,64 +68,3 @@ public:
 #define ZELMSG_DECLARE_TR                                                                                              \
     static QString tr(const char* text, const char* disambiguation = nullptr, int n = -1);                             \
     static QString trUtf8(const char* text, const char* disambiguation = nullptr, int n = -1);
-
-// The per-field members, by kind.
-#define ZELMSG_DECLARE_FIELD(R, Kind, X, Tag, Presence) ZELMSG_DECLARE_##Kind(X)
-
-#define ZELMSG_DECLARE_String(X)                                                                                       \
-    QString Get##X() const;                                                                                            \
-    QString GetDefault##X() const;                                                                                     \
-    bool IsValid##X(QString const& value) const;                                                                       \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(QString value);                                                                                        \
-    void Reset##X();
-
-#define ZELMSG_DECLARE_Enum(X)                                                                                         \
-    X const& Get##X() const;                                                                                           \
-    X GetDefault##X() const;                                                                                           \
-    X GetInvalid##X() const;                                                                                           \
-    bool IsValid##X(X const& value) const;                                                                             \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(X const& value);                                                                                       \
-    void Reset##X();                                                                                                   \
-    QString Get##X##AsString() const;                                                                                  \
-    QString X##ToName(X const& value) const;                                                                           \
-    X NameTo##X(QString const& name) const;                                                                            \
-    static QStringList const& Get##X##s();                                                                             \
-    static QStringList GetGUI##X##s();
-
-#define ZELMSG_DECLARE_StringList(X)                                                                                   \
-    QVector<QString> const& Get##X() const;                                                                            \
-    QVector<QString>& Get##X();                                                                                        \
-    QString GetDefault##X() const;                                                                                     \
-    bool IsValid##X(QVector<QString> const& value) const;                                                              \
-    bool IsValid##X(QString const& value) const;                                                                       \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(QVector<QString> const& value);                                                                        \
-    void Append##X(QString const& value);                                                                              \
-    void Reset##X();
-
-#define ZELMSG_DECLARE_RecordList(X)                                                                                   \
-    QVector<X> const& Get##X() const;                                                                                  \
-    QVector<X>& Get##X();                                                                                              \
-    bool IsValid##X(QVector<X> const& value) const;                                                                    \
-    bool IsValid##X(X const& value) const;                                                                             \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(QVector<X> const& value);                                                                              \
-    void Append##X(X const& value);                                                                                    \
-    void Reset##X();
-
-#define ZELMSG_DECLARE_Record(X)                                                                                       \
-    X const& Get##X() const;                                                                                           \
-    X& Get##X();                                                                                                       \
-    bool IsValid##X(X const& value) const;                                                                             \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(X const& value);                                                                                       \
-    void Reset##X();
-
-#define ZELMSG_DECLARE_Bool(X)                                                                                         \
-    bool Get##X() const;                                                                                               \
-    bool GetDefault##X() const;                                                                                        \
-    bool Is##X##Set() const;                                                                                           \
-    void Set##X(bool value);                                                                                           \
-    void Reset##X();

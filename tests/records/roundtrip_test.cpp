@@ -1,8 +1,106 @@
 #include "recordtesting.h"
 
+#include <random>
+
 using namespace recordtesting;
 
 namespace {
+
+// Random records of every shape, valid enough to survive all three forms unchanged. Enumerations
+// take the invalid value -1 too, which every form carries.
+class RandomRecords
+{
+public:
+    explicit RandomRecords(unsigned seed)
+        : random(seed)
+    { }
+
+    int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random); }
+    bool chance() { return below(2) == 0; }
+    template <class E> E anyOf(int count) { return static_cast<E>(below(count + 1) - 1); }
+
+    QString text()
+    {
+        static QString const pieces[] = { QString(), QStringLiteral(""), QStringLiteral("s1"),
+            QStringLiteral(" padded "), QStringLiteral("<&>\"'"), QStringLiteral("line\nbreak\ttab"),
+            QString::fromUtf8("Grüße 流 \xF0\x9F\x98\x80") };
+        return pieces[below(std::size(pieces))];
+    }
+    QVector<QString> texts()
+    {
+        QVector<QString> values(below(4));
+        for (QString& value : values)
+            value = text();
+        return values;
+    }
+
+    DataSource source()
+    {
+        DataSource source;
+        if (chance())
+            source.SetProtocol(anyOf<DataSource::Protocol>(4));
+        if (chance())
+            source.SetAddress(text());
+        if (chance())
+            source.SetByteOrder(anyOf<DataSource::ByteOrder>(2));
+        if (chance())
+            source.SetFilter(texts());
+        return source;
+    }
+
+    DataStream stream()
+    {
+        DataStream stream;
+        stream.SetName(text()); // always written, so an unset one would come back set
+        if (chance())
+            stream.SetProtocol(anyOf<DataStream::Protocol>(1));
+        if (chance())
+            stream.SetAddress(texts());
+        if (chance())
+            stream.SetRunning(chance());
+        return stream;
+    }
+
+    template <class R> void addLists(R& record)
+    {
+        for (int i = below(3); i > 0; --i)
+            record.AppendDataSource(source());
+        for (int i = below(3); i > 0; --i)
+            record.AppendDataStream(stream());
+    }
+
+    ControlMessage message()
+    {
+        ControlMessage message;
+        message.SetMessageType(anyOf<ControlMessage::MessageType>(28));
+        if (chance()) {
+            Processor processor;
+            if (chance())
+                processor.SetID(text());
+            if (chance())
+                processor.SetProcessorType(text());
+            addLists(processor);
+            message.SetProcessor(processor);
+        }
+        addLists(message);
+        for (auto setter :
+            { &ControlMessage::SetStreamName, &ControlMessage::SetStreamAddress, &ControlMessage::SetParameterName,
+                &ControlMessage::SetParameter, &ControlMessage::SetGroupName, &ControlMessage::SetProcessorName,
+                &ControlMessage::SetProcessorType, &ControlMessage::SetMessageText })
+            if (chance())
+                (message.*setter)(text());
+        if (chance())
+            message.SetStreamAddresses(texts());
+        if (chance())
+            message.SetMessageFilter(texts());
+        if (chance())
+            message.SetResultType(anyOf<ControlMessage::ResultType>(3));
+        return message;
+    }
+
+private:
+    std::mt19937 random;
+};
 
 constexpr unsigned seed = 20240611;
 

@@ -1,0 +1,454 @@
+#include "labplugin.h"
+
+#include "support/controlclient.h"
+#include "support/tracecapture.h"
+
+#include <zel/controlmessagehelper.h>
+#include <zel/decodecontrolrecord.h>
+#include <zel/endpoints.h>
+#include <zel/environment.h>
+#include <zel/pluginmanager.h>
+#include <zel/processorinfo.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using namespace cptest;
+using namespace std::chrono_literals;
+using Helper = zel::ControlMessageHelper;
+using Record = zelmsg::ControlMessage;
+using zeltest::outcome;
+
+namespace {
+
+// A running Environment whose plug-in manager knows the lab plug-in, a client at its frontend and
+// the group "G". One Environment per process at a time: each test's is gone before the next.
+class ControlPlaneTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(plugins->registerPlugin(&lab));
+        environment = std::make_unique<zel::Environment>(plugins, zel::routerFrontendAddressDefault);
+        client = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
+        ASSERT_EQ(createGroup("G"), "Success");
+    }
+
+    void TearDown() override
+    {
+        client.reset();
+        environment.reset();
+        EXPECT_TRUE(zeltest::waitForNoRouter());
+    }
+
+    std::string toManager(Record const& record) { return outcome(client->request(zeltest::managerIdentity(), record)); }
+    std::optional<Record> toGroup(Record const& record, std::string const& group = "G")
+    {
+        return client->request(zeltest::groupIdentity(group), record);
+    }
+    std::string ask(std::string const& processor, Record const& record)
+    {
+        return outcome(client->request(zeltest::processorIdentity("G", processor), record));
+    }
+    std::string createGroup(std::string const& group)
+    {
+        return toManager(Helper::makeCreateProcessorGroupMessage(group));
+    }
+    std::string createProcessor(std::string const& name, std::string const& type = "lab.Recorder",
+        zelmsg::Processor const& config = {}, std::string const& group = "G")
+    {
+        return outcome(toGroup(Helper::makeCreateProcessorMessage(type, name, config), group));
+    }
+    std::string deleteProcessor(std::string const& name)
+    {
+        return outcome(toGroup(Helper::makeDeleteProcessorMessage(name)));
+    }
+    std::shared_ptr<Journal> makeRecorder(
+        std::string const& name, Behaviour behaviour = {}, std::string const& group = "G")
+    {
+        auto journal = lab.prepare(name, std::move(behaviour));
+        EXPECT_EQ(createProcessor(name, "lab.Recorder", {}, group), "Success") << name;
+        return journal;
+    }
+    std::string queryProcessors(std::string const& group = "G")
+    {
+        return outcome(toGroup(Helper::makeQueryProcessorsMessage(), group));
+    }
+
+    LabPlugin lab; // outlives the plug-in manager, which does not own it
+    std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
+    std::unique_ptr<zel::Environment> environment;
+    std::unique_ptr<zeltest::ControlClient> client;
+};
+
+Behaviour slowRelease()
+{
+    Behaviour behaviour;
+    behaviour.slowRelease = true;
+    return behaviour;
+}
+
+Behaviour subscribing(std::vector<std::string> names, bool refuseAll = false)
+{
+    Behaviour behaviour;
+    behaviour.subscriptions = std::move(names);
+    behaviour.refuseAll = refuseAll;
+    return behaviour;
+}
+
+} // namespace
+
+TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderAndReplacedWholeAtTheSameAddresses)
+{
+    for (std::string const name : { "b", "B", "x,y" })
+        EXPECT_EQ(createGroup(name), "Success") << name;
+    // A comma is taken, though the list then reads as one more group.
+    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: B,G,b,x,y");
+    EXPECT_EQ(createGroup("G"), "Error: A group with the name 'G' already exists.");
+    EXPECT_EQ(
+        toManager(Helper::makeDeleteProcessorGroupMessage("zz")), "Error: A group with the name 'zz' does not exists.");
+
+    auto const p1 = makeRecorder("p1", slowRelease());
+    std::string const nameService = zeltest::nameServiceIdentity("G");
+    ASSERT_EQ(
+        outcome(client->request(nameService, Helper::makeRegisterStreamMessage("s", "p", "inproc://s"))), "Success");
+    // Delete replies once every thread of the group has ended.
+    ASSERT_EQ(toManager(Helper::makeDeleteProcessorGroupMessage("G")), "Success");
+    EXPECT_TRUE(p1->destroyed);
+    ASSERT_EQ(createGroup("G"), "Success");
+
+    EXPECT_EQ(queryProcessors(), "Success: ");
+    auto const resolved = client->request(nameService, Helper::makeResolveStreamMessage("s"));
+    ASSERT_TRUE(resolved) << "the new name service answers under the old name";
+    EXPECT_EQ(resolved->GetResultType(), Record::Error) << "and knows nothing of the old one's streams";
+    makeRecorder("p1");
+    EXPECT_EQ(ask("p1", Helper::makeGetParameterListMessage()), "Success: ");
+}
+
+TEST_F(ControlPlaneTest, DestroyingTheEnvironmentStopsEveryGroupAndProcessor)
+{
+    ASSERT_EQ(createGroup("G2"), "Success");
+    Behaviour idle;
+    idle.idlePeriod = 0;
+    std::vector<std::shared_ptr<Journal>> const journals { makeRecorder("p1"), makeRecorder("p2", idle),
+        makeRecorder("p3", slowRelease(), "G2") };
+    environment.reset();
+    for (auto const& journal : journals) {
+        EXPECT_TRUE(journal->released);
+        EXPECT_TRUE(journal->destroyed);
+    }
+}
+
+TEST_F(ControlPlaneTest, CreatesListsAndDeletesProcessors)
+{
+    zelmsg::Processor const config = Helper::makeProcessorConfig("out", "inproc://out");
+    auto const reply = toGroup(Helper::makeCreateProcessorMessage("lab.Recorder", "p2", config));
+    ASSERT_EQ(outcome(reply), "Success");
+    EXPECT_EQ(reply->GetProcessor(), config) << "the reply is the request with its result";
+
+    auto const p1 = makeRecorder("p1", slowRelease());
+    makeRecorder("P");
+    EXPECT_EQ(queryProcessors(), "Success: P,p1,p2");
+    EXPECT_EQ(createProcessor("p1"), "Error: A processor with the name 'p1' already exists in group 'G'.");
+    EXPECT_FALSE(p1->destroyed);
+    EXPECT_EQ(createProcessor("q", "Nope"), "Error: Processor of type 'Nope' could not be created.");
+    EXPECT_EQ(deleteProcessor("x"), "Error: A processor with the name 'x' does not exists.");
+
+    EXPECT_EQ(deleteProcessor("p1"), "Success");
+    EXPECT_TRUE(p1->released) << "the reply waits for the processor's thread";
+    EXPECT_TRUE(p1->destroyed);
+    EXPECT_EQ(queryProcessors(), "Success: P,p2");
+}
+
+// The router hands an identity over to the newest connection: without that, a processor made again
+// while its predecessor's connection is still closing is unreachable.
+TEST_F(ControlPlaneTest, AProcessorMadeAgainAndAgainUnderOneNameStaysReachable)
+{
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(createProcessor("p"), "Success") << i;
+        ASSERT_EQ(ask("p", Helper::makeGetParameterListMessage()), "Success: ") << "round " << i;
+        ASSERT_EQ(deleteProcessor("p"), "Success") << i;
+    }
+}
+
+TEST_F(ControlPlaneTest, RefusedNamesAndFailedStartsLeaveTheNameFree)
+{
+    for (QString const& name : { QStringLiteral("a b"), QStringLiteral(" a"), QStringLiteral("a\tb"),
+             QStringLiteral("a,b"), QStringLiteral("a\u00A0b"), QStringLiteral("a\u2003") }) {
+        std::string const text = name.toStdString();
+        EXPECT_EQ(createProcessor(text), "Error: Processor name '" + text + "' is not allowed.") << text;
+    }
+    EXPECT_EQ(createProcessor("x/y"), "Success");
+
+    Behaviour brokenStart;
+    brokenStart.throwInInitialize = true;
+    auto const failed = lab.prepare("p", brokenStart);
+    std::string const reply = createProcessor("p");
+    EXPECT_EQ(reply.rfind("Error: Processor of type 'lab.Recorder' could not be created: 'Thread failed: ", 0), 0u)
+        << reply;
+    EXPECT_NE(reply.find("initialize refused'."), std::string::npos) << reply;
+    EXPECT_TRUE(failed->released);
+    EXPECT_TRUE(failed->destroyed);
+
+    Behaviour brokenConstructor;
+    brokenConstructor.throwInConstructor = true;
+    lab.prepare("p", brokenConstructor);
+    EXPECT_EQ(
+        createProcessor("p"), "Error: Processor of type 'lab.Recorder' could not be created: 'constructor refused'.");
+    EXPECT_EQ(queryProcessors(), "Success: x/y");
+    makeRecorder("p");
+}
+
+TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
+{
+    auto const gain = makeRecorder("gain", subscribing({ "gain" }));
+    auto const ga = makeRecorder("ga", subscribing({ "ga" }));
+    auto const offset = makeRecorder("offset", subscribing({ "offset" }));
+    auto const refusing = makeRecorder("refusing", subscribing({ "gain" }, true));
+
+    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gain", "3"))), "Success: 3");
+    EXPECT_TRUE(refusing->waitForCall("set gain=3"));
+    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gainful", "2"))), "Success: 2");
+    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gai", "0"))), "Success: 0");
+    EXPECT_TRUE(ga->waitForCall("set gai=0"));
+    // A round trip to each: whatever the group broadcast before it has been served.
+    for (std::string const processor : { "gain", "offset" })
+        EXPECT_EQ(ask(processor, Helper::makeGetParameterListMessage()).substr(0, 7), "Success") << processor;
+
+    EXPECT_EQ(gain->calls(), QStringList({ "set gain=3", "set gainful=2", "list" }));
+    EXPECT_EQ(ga->calls(), QStringList({ "set gain=3", "set gainful=2", "set gai=0" }));
+    EXPECT_EQ(offset->calls(), QStringList({ "list" }));
+    // The refused broadcast answers nobody: only the replies asked for came.
+    EXPECT_FALSE(client->receive(200ms).has_value());
+}
+
+TEST_F(ControlPlaneTest, BroadcastsTheNameWithItsNulThenTheRequest)
+{
+    zmq::socket_t listener = zeltest::makeSocket(zmq::socket_type::sub);
+    listener.set(zmq::sockopt::subscribe, "");
+    listener.connect(zel::Endpoints::getGroupBroadcastEndpoint("G", zel::internalAddressPrefixDefault));
+    // A new subscriber joins a publisher some time after its connect: publish until it hears.
+    ASSERT_TRUE(zeltest::waitUntil([&] {
+        EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("warmup", ""))), "Success: ");
+        return zeltest::receiveFrames(listener, 50ms).has_value();
+    }));
+    while (zeltest::receiveFrames(listener, 0ms)) { }
+
+    Record const request = Helper::makeSetParameterMessage("gain", "3");
+    ASSERT_EQ(outcome(toGroup(request)), "Success: 3");
+    auto const frames = zeltest::receiveFrames(listener);
+    ASSERT_TRUE(frames);
+    ASSERT_EQ(frames->size(), 2u);
+    EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
+    zel::ControlMessage envelope;
+    envelope.payload = QByteArray::fromStdString((*frames)[1]);
+    EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
+}
+
+TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsText)
+{
+    zelmsg::Processor config = Helper::makeProcessorConfig("out", "inproc://out");
+    zelmsg::DataSource source;
+    source.SetAddress(QStringLiteral("inproc://in"));
+    config.AppendDataSource(source);
+    auto const journal = lab.prepare("p", {});
+    ASSERT_EQ(createProcessor("p", "lab.Recorder", config), "Success");
+    Behaviour refusingAll;
+    refusingAll.refuseAll = true;
+    makeRecorder("no", refusingAll);
+
+    struct Case
+    {
+        Record request;
+        std::string answer;
+        std::string refusal;
+    };
+    std::vector<Case> const cases {
+        { Helper::makeGetParameterListMessage(), "Success: ", "Error: Cannot get list of parameters" },
+        { Helper::makeConnectStreamMessage("in", "tcp://127.0.0.1:5555", std::vector<std::string> { "a", "b" }),
+            "Success", "Error: Cannot connect to: in, tcp://127.0.0.1:5555" },
+        { Helper::makeStartStreamMessage("s"), "Success", "Error: Cannot start stream: s" },
+        { Helper::makeStopStreamMessage("s"), "Success", "Error: Cannot stop stream: s" },
+        { Helper::makeSetParameterMessage("b", "2"), "Success: 2", "Error: Cannot set parameter: b" },
+        { Helper::makeSetParameterMessage("a", "1"), "Success: 1", "Error: Cannot set parameter: a" },
+        { Helper::makeGetParameterMessage("b"), "Success: 2", "Error: Cannot get parameter: b" },
+        { Helper::makeGetParameterListMessage(), "Success: b,a", "Error: Cannot get list of parameters" },
+        { Helper::makeStartNewRecordingMessage("x"), "Success: x#1", "Error: Cannot start new recording: x" },
+        { Helper::makeQuerySourcesMessage(), "Success", "Error: Cannot query sources" },
+        { Helper::makeQueryStreamsMessage(), "Success", "Error: Cannot query streams" },
+    };
+    for (Case const& c : cases) {
+        EXPECT_EQ(ask("p", c.request), c.answer);
+        auto const refused = client->request(zeltest::processorIdentity("G", "no"), c.request);
+        EXPECT_EQ(outcome(refused), c.refusal);
+        if (refused) {
+            EXPECT_EQ(refused->GetParameter(), c.request.GetParameter()) << "a failure writes no value";
+        }
+    }
+    EXPECT_EQ(ask("p", Helper::makeGetParameterMessage("nope")), "Error: Cannot get parameter: nope");
+    auto const sources = client->request(zeltest::processorIdentity("G", "p"), Helper::makeQuerySourcesMessage());
+    ASSERT_TRUE(sources);
+    EXPECT_EQ(sources->GetDataSource(), config.GetDataSource());
+    auto const streams = client->request(zeltest::processorIdentity("G", "p"), Helper::makeQueryStreamsMessage());
+    ASSERT_TRUE(streams);
+    EXPECT_EQ(streams->GetDataStream(), config.GetDataStream());
+    EXPECT_EQ(journal->calls().mid(0, 4),
+        QStringList({ "list", "connect in tcp://127.0.0.1:5555 a,b", "start s", "stop s" }));
+}
+
+TEST_F(ControlPlaneTest, AStopWaitingBesideARequestGoesFirst)
+{
+    auto const journal = makeRecorder("p");
+    std::string const processor = zeltest::processorIdentity("G", "p");
+    client->send(processor, Helper::makeStartNewRecordingMessage("hold"));
+    ASSERT_TRUE(zeltest::waitUntil([&] { return journal->holding.load(); }));
+    // One client, so the router passes both on in this order: the request lies in the processor's
+    // socket before the group sends the stop.
+    client->send(processor, Helper::makeGetParameterListMessage());
+    client->send(zeltest::groupIdentity("G"), Helper::makeDeleteProcessorMessage("p"));
+
+    auto const held = client->receive();
+    ASSERT_TRUE(held);
+    EXPECT_EQ(outcome(held->record), "Success: hold#1");
+    auto const deleted = client->receive();
+    ASSERT_TRUE(deleted);
+    EXPECT_EQ(deleted->source, zeltest::groupIdentity("G"));
+    EXPECT_EQ(journal->calls(), QStringList({ "record hold" })) << "the waiting request was never served";
+}
+
+TEST_F(ControlPlaneTest, IdleProcessingRunsOnlyAfterAQuietPeriod)
+{
+    Behaviour idle;
+    idle.idlePeriod = 20;
+    auto const idler = makeRecorder("idler", idle);
+    auto const plain = makeRecorder("plain");
+    EXPECT_TRUE(zeltest::waitUntil([&] { return idler->idleRuns >= 3; }));
+
+    // Requests wake the poll but are no quiet period: none of them runs idle processing.
+    ASSERT_EQ(ask("idler", Helper::makeSetParameterMessage("idle", "5000")), "Success: 5000");
+    int const before = idler->idleRuns;
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(ask("idler", Helper::makeGetParameterMessage("idle")), "Success: 5000");
+    EXPECT_EQ(idler->idleRuns, before);
+
+    ASSERT_EQ(ask("idler", Helper::makeSetParameterMessage("idle", "off")), "Success: off");
+    int const stopped = idler->idleRuns;
+    // Ten of the first periods in silence: nothing, the poll now waits without limit.
+    std::this_thread::sleep_for(200ms);
+    EXPECT_EQ(idler->idleRuns, stopped);
+    EXPECT_EQ(plain->idleRuns, 0);
+}
+
+TEST_F(ControlPlaneTest, EveryServiceAnswersGarbageAndOthersTypesAsUnknownAndGoesOn)
+{
+    makeRecorder("p");
+    std::vector<std::string> const garbage {
+        "",
+        std::string("\0\xff\xfe<\x01", 5),
+        "<ControlMessage></ControlMessage>",
+        "<Processor><ID>p</ID></Processor>",
+        "<ControlMessage><MessageType>NoSuchType</MessageType></ControlMessage>",
+        "<ControlMessage><MessageType>Created</MessageType><Running></Running></ControlMessage>",
+    };
+    std::vector<std::pair<std::string, Record>> const others {
+        { zeltest::managerIdentity(), Helper::makeCreateProcessorMessage("lab.Recorder", "p", {}) },
+        // A stop reaches a service only from its owner, never through the router.
+        { zeltest::managerIdentity(), Helper::makeProcessorGroupManagerMessage(Record::Shutdown, "G") },
+        { zeltest::groupIdentity("G"), Helper::makeCreateProcessorGroupMessage("H") },
+        { zeltest::groupIdentity("G"), Helper::makeStartStreamMessage("") },
+        { zeltest::processorIdentity("G", "p"), Helper::makeQueryProcessorsMessage() },
+        { zeltest::processorIdentity("G", "p"), Helper::makeResolveStreamMessage("s") },
+    };
+    for (std::string const& identity :
+        { zeltest::managerIdentity(), zeltest::groupIdentity("G"), zeltest::processorIdentity("G", "p") })
+        for (std::string const& payload : garbage)
+            EXPECT_EQ(outcome(client->requestRaw(identity, payload)), "Error: Unknown message type")
+                << identity << " <- " << payload;
+    for (auto const& [identity, record] : others) {
+        auto const reply = client->request(identity, record);
+        EXPECT_EQ(outcome(reply), "Error: Unknown message type") << identity;
+        if (reply) {
+            EXPECT_EQ(reply->GetProcessorName(), record.GetProcessorName()) << "the request with its result";
+        }
+    }
+    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: G");
+    EXPECT_EQ(queryProcessors(), "Success: p");
+}
+
+TEST_F(ControlPlaneTest, GroupsMakeProcessorsFromRegisteredAndLoadedPlugins)
+{
+    EXPECT_EQ(createProcessor("bare", "Recorder"), "Success");
+    EXPECT_EQ(createProcessor("x", "recorder"), "Error: Processor of type 'recorder' could not be created.");
+    EXPECT_EQ(createProcessor("s1", "storeplugin.Store"), "Success");
+    EXPECT_EQ(ask("s1", Helper::makeGetParameterMessage("origin")), "Success: storeplugin");
+    EXPECT_EQ(createProcessor("s2", "Store"), "Success") << "known by its bare type once loaded";
+}
+
+namespace {
+
+// A plug-in that claims the built-in plug-in's name.
+class Impostor : public zel::Plugin
+{
+public:
+    QString getName() const override { return QStringLiteral("base"); }
+    QStringList getProcessorTypes() const override { return { QStringLiteral("Recorder") }; }
+};
+
+zel::ProcessorInfo infoFor(std::string const& type) { return zel::ProcessorInfo({}, type, "p", "G", "inproc://zel"); }
+
+} // namespace
+
+TEST(PluginManagerTest, RegistersNewNamesOnlyAndFindsBareTypesExactlyAndDottedOnesByPluginName)
+{
+    zel::PluginManager manager;
+    zel::Plugin* const base = manager.getPlugins().value(0);
+    ASSERT_EQ(base->getName(), QStringLiteral("base"));
+    LabPlugin lab;
+    LabPlugin secondLab;
+    Impostor impostor;
+    EXPECT_FALSE(manager.registerPlugin(nullptr));
+    EXPECT_FALSE(manager.registerPlugin(&impostor));
+    EXPECT_TRUE(manager.registerPlugin(&lab));
+    EXPECT_FALSE(manager.registerPlugin(&secondLab));
+    EXPECT_EQ(manager.getPlugins(), (QList<zel::Plugin*> { base, &lab }));
+
+    zeltest::TraceCapture traces;
+    std::vector<std::pair<char const*, zel::Plugin*>> const lookups { { "QtBridge", base }, { "base.QtBridge", base },
+        { "qtbridge", nullptr }, { "Recorder", &lab }, { "lab.Recorder", &lab }, { "recorder", nullptr },
+        // The plug-in is found by its name; whether it offers the type is its own affair.
+        { "base.Nothing", base } };
+    for (auto const& [type, plugin] : lookups)
+        EXPECT_EQ(manager.getPlugin(QString::fromLatin1(type)), plugin) << type;
+    EXPECT_EQ(manager.createProcessor(infoFor("base.Nothing")), nullptr);
+    EXPECT_EQ(traces.count(), 0) << "no file was looked for: " << traces.texts().join('|').toStdString();
+}
+
+TEST(PluginManagerTest, LoadsFilesByDottedTypeAndTracesEachMissingOne)
+{
+    zel::PluginManager manager;
+    zeltest::TraceCapture traces;
+    EXPECT_EQ(manager.getPlugin(QStringLiteral("nosuchplugin.Thing")), nullptr);
+    EXPECT_EQ(manager.createProcessor(infoFor("nosuchplugin.Thing")), nullptr);
+    ASSERT_EQ(traces.count(), 2) << "tried again each time";
+    EXPECT_TRUE(traces.texts().first().startsWith(QStringLiteral("Could not load plugin: ")));
+    EXPECT_EQ(traces.files().first(), QStringLiteral("impl/pluginmanager"));
+
+    EXPECT_EQ(manager.getPlugin(QStringLiteral("Store")), nullptr) << "nothing is loaded for a bare type";
+    zel::Plugin* const store = manager.getPlugin(QStringLiteral("storeplugin.Store"));
+    ASSERT_NE(store, nullptr);
+    EXPECT_EQ(manager.getPlugin(QStringLiteral("Store")), store);
+    EXPECT_EQ(manager.createProcessor(infoFor("storeplugin.Other")), nullptr);
+
+    // A file whose plug-in has another name is loaded at each use.
+    zel::Plugin* const alias = manager.getPlugin(QStringLiteral("aliasplugin.Store"));
+    ASSERT_NE(alias, nullptr);
+    EXPECT_EQ(alias->getName(), QStringLiteral("notalias"));
+    EXPECT_EQ(manager.getPlugin(QStringLiteral("aliasplugin.Store")), alias);
+    EXPECT_EQ(manager.getPlugins().size(), 4);
+}
