@@ -86,12 +86,13 @@ QString dot(Topology const& topology)
             from = quoted(path(*link.from));
         else
             lines << QStringLiteral("  ") + from + QStringLiteral(" [shape=plaintext];");
-        QStringList const filters = link.source.GetFilter().toList();
-        QString label = link.from ? link.stream : QString();
-        if (!filters.isEmpty())
-            label += QStringLiteral("\n[") + filters.join(QLatin1Char(',')) + QLatin1Char(']');
+        QStringList label;
+        if (link.from)
+            label << link.stream;
+        if (QStringList const filters = link.source.GetFilter().toList(); !filters.isEmpty())
+            label << QLatin1Char('[') + filters.join(QLatin1Char(',')) + QLatin1Char(']');
         lines << QStringLiteral("  ") + from + QStringLiteral(" -> ") + quoted(path(*link.to))
-                + QStringLiteral(" [label=") + quoted(label) + QStringLiteral("];");
+                + QStringLiteral(" [label=") + quoted(label.join(QLatin1Char('\n'))) + QStringLiteral("];");
     }
     lines << QStringLiteral("}");
     return lines.join(QLatin1Char('\n'));

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 
 namespace {
@@ -66,7 +67,7 @@ void show(QString const& format, QByteArray const& type, QByteArray const& data)
     std::fflush(stdout); // someone is watching
 }
 
-// Messages and bytes per second, once a second.
+// Messages and bytes (both frames) per second, once a second.
 class RateMeter
 {
 public:
@@ -112,8 +113,9 @@ QString tcpAddress(Invocation& call, int& exitCode)
             return address;
     }
     // inproc and the like live inside zelhost's process: nothing outside can subscribe there.
-    err(QStringLiteral("stream %1 is published on %2 only; tap reaches TCP streams")
-            .arg(call.args[1], addresses.join(QLatin1Char(' '))));
+    err(addresses.isEmpty() ? QStringLiteral("stream %1 is registered without an address").arg(call.args[1])
+                            : QStringLiteral("stream %1 is published on %2 only; tap reaches TCP streams")
+                                  .arg(call.args[1], addresses.join(QLatin1Char(' '))));
     exitCode = ExitFailure;
     return {};
 }
