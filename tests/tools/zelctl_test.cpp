@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <chrono>
@@ -221,4 +222,84 @@ TEST_F(ZelctlAgainstZelhost, XmlPrintsTheWholeReplyEvenOfAFailure)
     EXPECT_EQ(error.GetResultType(), zelmsg::ControlMessage::Error);
     EXPECT_EQ(failed.err, "zelctl: Error: " + error.GetMessageText().toStdString() + "\n");
     ok({ "delete-group", "xml" });
+}
+
+TEST(Zelctl, PluginsListsTheBridgesAndTheFilesBesideZelhost)
+{
+    // Nothing is asked of a running system, so no address is needed.
+    Result const found = zelctl({ "plugins" }, QString());
+    ASSERT_EQ(found.exitCode, 0) << found;
+    EXPECT_THAT(found.out, StartsWith("base  (built in)\n  QtBridge\n  HttpBridge\n"));
+    EXPECT_THAT(found.out, HasSubstr("/demo.dll\n  demo.Generator\n  demo.Relay\n  demo.Counter\n"));
+
+    // A file that is no plug-in, and one zelhost would never load by its plug-in's name.
+    QTemporaryDir dir;
+    writeFile(dir, "junk.dll", "not a library");
+    ASSERT_TRUE(QFile::copy(QStringLiteral(ZEL_BIN_DIR "/demo.dll"), dir.filePath("other.dll")));
+    Result const odd = zelctl({ "plugins", dir.path() }, QString());
+    EXPECT_EQ(odd.exitCode, 1) << odd;
+    EXPECT_THAT(odd.out, HasSubstr("HttpBridge\ndemo  " + dir.filePath("other.dll").toStdString() + "\n"));
+    EXPECT_THAT(odd.err, HasSubstr("zelctl: junk.dll is no ZEL plug-in: "));
+    EXPECT_THAT(odd.err, HasSubstr("zelctl: other.dll holds the plug-in demo: zelhost looks for it in demo.dll\n"));
+}
+
+// The demo pipeline, with an inproc stream on the Counter and an HttpBridge behind it. The Counter
+// sends nothing, so the bridge posts nothing: failed POSTs would flood zelhost's stderr.
+TEST_F(ZelctlAgainstZelhost, GraphAndTapShowTheRunningPipeline)
+{
+    QString const tcp = QStringLiteral("tcp://127.0.0.1:*");
+    ok({ "create-group", "view" });
+    ok({ "create", "view", "generator", "demo.Generator", "--stream", "numbers", "--stream-address", tcp });
+    ok({ "create", "view", "relay", "demo.Relay", "--stream", "relayed", "--stream-address", tcp });
+    ok({ "create", "view", "counter", "demo.Counter", "--stream", "counted", "--stream-address", "inproc://view" });
+    ok({ "create", "view", "poster", "HttpBridge", "--stream", "numbers", "--stream-address",
+        QStringLiteral("http://127.0.0.1:%1/ingest").arg(zeltest::freeLoopbackPort()) });
+    ok({ "connect", "view", "relay", "numbers" });
+    ok({ "connect", "view", "counter", "relayed", "--filter", "rel", "--filter", "x\"y" });
+    ok({ "connect", "view", "poster", "counted" });
+    ok({ "set", "view", "generator", "rate", "200" });
+    QString const numbers = ok({ "resolve", "view", "numbers" }).value(1);
+
+    QString const dotText = ok({ "graph", "--format", "dot" }).join('\n');
+    for (char const* expected : { R"("view/generator" [label="generator\nnumbers  tcp://127.0.0.1:)",
+             R"("view/counter" [label="counter\ncounted  inproc://view"];)",
+             R"("view/generator" -> "view/relay" [label="numbers"];)",
+             R"("view/relay" -> "view/counter" [label="relayed\n[rel,x\"y]"];)",
+             R"("view/counter" -> "view/poster" [label="counted"];)" })
+        EXPECT_THAT(dotText.toStdString(), HasSubstr(expected));
+    if (QString const dot = QStandardPaths::findExecutable(QStringLiteral("dot")); !dot.isEmpty()) {
+        QProcess layout;
+        layout.start(dot, { "-Tplain" });
+        layout.write(dotText.toUtf8());
+        layout.closeWriteChannel();
+        ASSERT_TRUE(layout.waitForFinished(10000));
+        EXPECT_EQ(layout.exitCode(), 0) << layout.readAllStandardError().toStdString();
+        EXPECT_THAT(layout.readAllStandardOutput().toStdString(), HasSubstr("edge \"view/relay\" \"view/counter\""));
+    }
+    EXPECT_THAT(ok({ "graph" }),
+        testing::IsSupersetOf({ QStringLiteral("view"), QStringLiteral("  relay"),
+            "    input  " + numbers + "  from view/generator stream numbers  (everything)" }));
+
+    Result const three = run({ "tap", "view", "numbers", "--count", "3", "--format", "text" });
+    ASSERT_EQ(three.exitCode, 0) << three;
+    ASSERT_EQ(three.lines().size(), 3) << three;
+    for (QString const& line : three.lines())
+        EXPECT_THAT(line.toStdString(), StartsWith("numbers  ")) << three;
+
+    QProcess rate;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("ZEL_ADDRESS"), address);
+    rate.setProcessEnvironment(env);
+    rate.start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), { "tap", "view", "relayed", "--rate" });
+    ASSERT_TRUE(rate.waitForReadyRead(10000)) << rate.readAllStandardError().toStdString();
+    EXPECT_THAT(rate.readLine().toStdString(), testing::MatchesRegex("[0-9]+ msg/s  [0-9]+ B/s\n"));
+    ::kill(static_cast<pid_t>(rate.processId()), SIGINT);
+    ASSERT_TRUE(rate.waitForFinished(10000));
+    EXPECT_EQ(rate.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(rate.exitCode(), 0);
+
+    Result const inproc = run({ "tap", "view", "counted" });
+    EXPECT_EQ(inproc.exitCode, 1) << inproc;
+    EXPECT_EQ(inproc.err, "zelctl: stream counted is published on inproc://view only; tap reaches TCP streams\n");
+    ok({ "delete-group", "view" });
 }

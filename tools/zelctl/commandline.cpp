@@ -5,8 +5,10 @@ namespace {
 // Options that take a value; the others are flags.
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
-    QStringLiteral("--stream-host"), QStringLiteral("--stream-group") };
-QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h") };
+    QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
+    QStringLiteral("--format") };
+QStringList const flagOptions
+    = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h"), QStringLiteral("--rate") };
 
 } // namespace
 

@@ -1,7 +1,11 @@
 #include "commands.h"
 
+#include "graph.h"
 #include "pipelinerun.h"
+#include "plugins.h"
+#include "reply.h"
 #include "streamaddress.h"
+#include "tap.h"
 
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
@@ -32,13 +36,6 @@ std::string processorIdentity(QStringList const& args)
     return zel::Endpoints::getProcessorEndpoint(utf8(args[0]), utf8(args[1]), prefix());
 }
 
-void out(QString const& text) { std::printf("%s\n", qPrintable(text)); }
-void err(QString const& text) { std::fprintf(stderr, "zelctl: %s\n", qPrintable(text)); }
-
-// A printer shows a good reply the way a person wants to read it.
-using Printer = std::function<void(ControlMessage const&)>;
-
-void printNothing(ControlMessage const&) { }
 void printList(ControlMessage const& reply)
 {
     QString const list = reply.GetParameter();
@@ -46,30 +43,6 @@ void printList(ControlMessage const& reply)
         out(list.split(QLatin1Char(',')).join(QLatin1Char('\n')));
 }
 void printValue(ControlMessage const& reply) { out(reply.GetParameter()); }
-
-// Shows how an exchange ended and gives the exit code for it.
-int conclude(Invocation& call, Outcome outcome, ControlMessage const& record, Printer const& print)
-{
-    switch (outcome) {
-    case Outcome::Timeout:
-        err(QStringLiteral("no answer from %1 within %2 ms")
-                .arg(QString::fromStdString(call.client.address()))
-                .arg(call.client.timeout()));
-        return ExitTimeout;
-    case Outcome::Failure:
-        if (call.line.has(QStringLiteral("--xml")))
-            out(record.GetXmlString());
-        err(record.GetResultTypeAsString() + QStringLiteral(": ") + record.GetMessageText());
-        return ExitFailure;
-    case Outcome::Success:
-        break;
-    }
-    if (call.line.has(QStringLiteral("--xml")))
-        out(record.GetXmlString());
-    else
-        print(record);
-    return ExitSuccess;
-}
 
 int exchange(Invocation& call, std::string const& identity, ControlMessage record, Printer const& print)
 {
@@ -299,6 +272,17 @@ std::vector<Command> makeCommands()
             1, 1, PipelineRun::applyCommand },
         { "down", "FILE", "delete what a pipeline file describes, in reverse order", "", 1, 1,
             PipelineRun::downCommand },
+        { "graph", "", "show every group, processor, stream and connection",
+            "--format text (the default) prints a tree; --format dot prints Graphviz input, for instance\n"
+            "zelctl graph --format dot | dot -Tsvg > graph.svg. Inputs are matched to streams by address.",
+            0, 0, graph },
+        { "tap", "GROUP STREAM", "show the messages of a TCP stream until Ctrl-C",
+            "--count N stops after N messages; --format hex (the default), text (one line each, bytes\n"
+            "escaped) or raw (the data alone, for a pipe); --rate prints messages and bytes per second\n"
+            "instead; --filter F (repeatable) takes only the types that begin with F.",
+            2, 2, tap },
+        { "plugins", "[DIR]", "list the plug-ins beside zelhost (or in DIR) with their processor types", "", 0, 1,
+            plugins, true },
     };
 }
 

@@ -28,6 +28,7 @@ struct Command
     int minArgs;
     int maxArgs; // -1: no limit
     std::function<int(Invocation&)> run;
+    bool local = false; // works without a running system: no address needed
 };
 
 std::vector<Command> const& commands();

@@ -17,7 +17,8 @@ class ControlClient
 public:
     ControlClient(std::string const& address, int timeoutMs);
 
-    // Sends `record` to `identity`; on an answer `record` becomes the reply.
+    // Sends `record` to `identity`; on an answer `record` becomes the reply. Connects on first use,
+    // so that commands that never ask anything need no frontend.
     Outcome request(std::string const& identity, zelmsg::ControlMessage& record);
     std::string const& address() const { return frontend; }
     int timeout() const { return timeoutMs; }
@@ -27,5 +28,5 @@ private:
 
     std::string frontend;
     int timeoutMs;
-    std::unique_ptr<Client> client;
+    std::unique_ptr<Client> client; // null until the first request
 };

@@ -68,7 +68,7 @@ int main(int argc, char** argv)
     if (!argumentCountFits(*command, args.size()))
         return usageError(QStringLiteral("usage: zelctl %1 %2").arg(command->name, command->usage));
     QString const address = line.value(QStringLiteral("--address"), qEnvironmentVariable("ZEL_ADDRESS"));
-    if (address.isEmpty())
+    if (address.isEmpty() && !command->local)
         return usageError(QStringLiteral("no address: give --address or set ZEL_ADDRESS"));
     bool ok = true;
     int const timeout = line.has(QStringLiteral("--timeout")) ? line.value(QStringLiteral("--timeout")).toInt(&ok)

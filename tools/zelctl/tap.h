@@ -1,0 +1,7 @@
+#pragma once
+
+#include "commands.h"
+
+// zelctl tap GROUP STREAM [--count N] [--format hex|text|raw] [--rate] [--filter F]: subscribes
+// to a TCP stream and shows what passes, until N messages or SIGINT.
+int tap(Invocation& call);

@@ -1,0 +1,95 @@
+#include "topology.h"
+
+#include <zel/controlmessagehelper.h>
+#include <zel/endpoints.h>
+
+#include <QHash>
+
+#include <utility>
+
+namespace {
+
+using zel::ControlMessageHelper;
+using zel::Endpoints;
+using zelmsg::ControlMessage;
+
+std::string const& prefix() { return zel::internalAddressPrefixDefault; }
+
+// Empty when the request succeeded, else what went wrong.
+QString ask(ControlClient& client, std::string const& identity, ControlMessage& record)
+{
+    switch (client.request(identity, record)) {
+    case Outcome::Success:
+        return {};
+    case Outcome::Failure:
+        return record.GetMessageText();
+    case Outcome::Timeout:
+        break;
+    }
+    return QStringLiteral("no answer");
+}
+
+QStringList names(QString const& list) { return list.split(QLatin1Char(','), Qt::SkipEmptyParts); }
+
+ProcessorView queryProcessor(ControlClient& client, QString const& group, QString const& name)
+{
+    ProcessorView view { group, name, {}, {}, {} };
+    std::string const identity = Endpoints::getProcessorEndpoint(group.toStdString(), name.toStdString(), prefix());
+    ControlMessage streams = ControlMessageHelper::makeQueryStreamsMessage();
+    view.problem = ask(client, identity, streams);
+    if (!view.problem.isEmpty())
+        return view; // a silent processor would only keep us waiting once more
+    view.streams = streams.GetDataStream();
+    ControlMessage sources = ControlMessageHelper::makeQuerySourcesMessage();
+    view.problem = ask(client, identity, sources);
+    view.sources = sources.GetDataSource();
+    return view;
+}
+
+GroupView queryGroup(ControlClient& client, QString const& name)
+{
+    GroupView view { name, {}, {} };
+    ControlMessage processors = ControlMessageHelper::makeQueryProcessorsMessage();
+    view.problem = ask(client, Endpoints::getGroupEndpoint(name.toStdString(), prefix()), processors);
+    if (!view.problem.isEmpty())
+        return view;
+    for (QString const& processor : names(processors.GetParameter()))
+        view.processors.append(queryProcessor(client, name, processor));
+    return view;
+}
+
+} // namespace
+
+Outcome Topology::query(ControlClient& client, Topology& topology, ControlMessage& failed)
+{
+    failed = ControlMessageHelper::makeQueryProcessorGroupsMessage();
+    Outcome const outcome = client.request(Endpoints::getGroupManagerEndpoint(prefix()), failed);
+    if (outcome != Outcome::Success)
+        return outcome;
+    for (QString const& group : names(failed.GetParameter()))
+        topology.groups.append(queryGroup(client, group));
+    return outcome;
+}
+
+QVector<Link> Topology::links() const
+{
+    QHash<QString, std::pair<ProcessorView const*, QString>> publishers;
+    for (GroupView const& group : groups) {
+        for (ProcessorView const& processor : group.processors) {
+            for (zelmsg::DataStream const& stream : processor.streams) {
+                for (QString const& address : stream.GetAddress())
+                    publishers.insert(address, { &processor, stream.GetName() });
+            }
+        }
+    }
+    QVector<Link> result;
+    for (GroupView const& group : groups) {
+        for (ProcessorView const& processor : group.processors) {
+            for (zelmsg::DataSource const& source : processor.sources) {
+                auto const publisher = publishers.value(source.GetAddress());
+                result.append({ publisher.first, publisher.second, &processor, source });
+            }
+        }
+    }
+    return result;
+}
