@@ -5,7 +5,8 @@ namespace {
 // Options that take a value; the others are flags.
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter") };
-QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h") };
+QStringList const flagOptions
+    = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"), QStringLiteral("-h") };
 
 } // namespace
 

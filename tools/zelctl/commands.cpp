@@ -1,5 +1,8 @@
 #include "commands.h"
 
+#include "diagnosis.h"
+#include "guards.h"
+
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
@@ -43,20 +46,22 @@ void printList(ControlMessage const& reply)
 }
 void printValue(ControlMessage const& reply) { out(reply.GetParameter()); }
 
-// Shows how an exchange ended and gives the exit code for it.
-int conclude(Invocation& call, Outcome outcome, ControlMessage const& record, Printer const& print)
+// Shows how an exchange with `identity` ended and gives the exit code for it.
+int conclude(
+    Invocation& call, std::string const& identity, Outcome outcome, ControlMessage const& record, Printer const& print)
 {
     switch (outcome) {
     case Outcome::Timeout:
-        err(QStringLiteral("no answer from %1 within %2 ms")
-                .arg(QString::fromStdString(call.client.address()))
-                .arg(call.client.timeout()));
-        return ExitTimeout;
-    case Outcome::Failure:
+        return diagnoseSilence(call.client, identity);
+    case Outcome::Failure: {
         if (call.line.has(QStringLiteral("--xml")))
             out(record.GetXmlString());
-        err(record.GetResultTypeAsString() + QStringLiteral(": ") + record.GetMessageText());
+        // Some services begin their texts with the result type already.
+        QString const type = record.GetResultTypeAsString() + QStringLiteral(": ");
+        QString const text = record.GetMessageText();
+        err(text.startsWith(type) ? text : type + text);
         return ExitFailure;
+    }
     case Outcome::Success:
         break;
     }
@@ -70,7 +75,7 @@ int conclude(Invocation& call, Outcome outcome, ControlMessage const& record, Pr
 int exchange(Invocation& call, std::string const& identity, ControlMessage record, Printer const& print)
 {
     Outcome const outcome = call.client.request(identity, record);
-    return conclude(call, outcome, record, print);
+    return conclude(call, identity, outcome, record, print);
 }
 
 bool readFile(QString const& path, QString& text)
@@ -142,11 +147,13 @@ void printStreams(ControlMessage const& reply)
 int connect(Invocation& call)
 {
     QString address = call.args.value(3);
+    if (!address.isEmpty() && !acceptSourceAddress(call, address))
+        return int(ExitUsage);
     if (address.isEmpty()) {
         ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(call.args[2]));
         Outcome const outcome = call.client.request(nameServiceIdentity(call.args[0]), resolve);
         if (outcome != Outcome::Success)
-            return conclude(call, outcome, resolve, printNothing);
+            return conclude(call, nameServiceIdentity(call.args[0]), outcome, resolve, printNothing);
         if (resolve.GetStreamAddresses().isEmpty()) {
             err(QStringLiteral("stream %1 is registered without an address").arg(call.args[2]));
             return ExitFailure;
@@ -155,6 +162,17 @@ int connect(Invocation& call)
     }
     return exchange(call, processorIdentity(call.args),
         ControlMessageHelper::makeConnectStreamMessage(utf8(call.args[2]), utf8(address), filters(call)), printNothing);
+}
+
+// A processor without parameters refuses the list with this text: to a person, an empty list.
+int params(Invocation& call)
+{
+    ControlMessage record = ControlMessageHelper::makeGetParameterListMessage();
+    std::string const identity = processorIdentity(call.args);
+    Outcome outcome = call.client.request(identity, record);
+    if (outcome == Outcome::Failure && record.GetMessageText() == QLatin1String("Cannot get list of parameters"))
+        outcome = Outcome::Success;
+    return conclude(call, identity, outcome, record, printList);
 }
 
 int send(Invocation& call)
@@ -183,6 +201,8 @@ std::vector<Command> makeCommands()
             } },
         { "create-group", "GROUP", "create a group", "", 1, 1,
             [](Invocation& c) {
+                if (!acceptGroupName(c))
+                    return int(ExitUsage);
                 return exchange(c, managerIdentity(),
                     ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(c.args[0])), printNothing);
             } },
@@ -203,7 +223,7 @@ std::vector<Command> makeCommands()
             3, 3,
             [](Invocation& c) {
                 zelmsg::Processor config;
-                if (!processorConfig(c, config))
+                if (!processorConfig(c, config) || !acceptProcessor(c, config))
                     return int(ExitUsage);
                 return exchange(c, groupIdentity(c.args[0]),
                     ControlMessageHelper::makeCreateProcessorMessage(utf8(c.args[2]), utf8(c.args[1]), config),
@@ -238,11 +258,7 @@ std::vector<Command> makeCommands()
                 return exchange(c, processorIdentity(c.args),
                     ControlMessageHelper::makeGetParameterMessage(utf8(c.args[2])), printValue);
             } },
-        { "params", gp, "list the parameters of a processor", "", 2, 2,
-            [](Invocation& c) {
-                return exchange(
-                    c, processorIdentity(c.args), ControlMessageHelper::makeGetParameterListMessage(), printList);
-            } },
+        { "params", gp, "list the parameters of a processor", "", 2, 2, params },
         { "set-group", "GROUP NAME VALUE", "publish a parameter to the processors of a group that take it", "", 3, 3,
             [](Invocation& c) {
                 return exchange(c, groupIdentity(c.args[0]),
