@@ -25,6 +25,8 @@ public:
         return value.toString();
     }
 
+    QStringList GetKeys() const override { return m_settings.allKeys(); }
+
 private:
     QSettings m_settings;
 };

@@ -2,26 +2,46 @@
 
 #include <zel/host/hxexception.h>
 #include <zel/host/ierrorhandler.h>
+#include <zel/host/tracefolder.h>
 
 #include <QByteArray>
 
 #include <cstdio>
+#include <optional>
 
 namespace {
 
-unsigned int flagsFromEnvironment()
+// The flags ZEL_TRACE_FLAGS sets; nothing when it is unset, empty or unreadable. An unreadable value
+// is reported, since it would otherwise turn every trace off without a word.
+std::optional<unsigned int> flagsFromEnvironment()
 {
     QByteArray const text = qgetenv("ZEL_TRACE_FLAGS").trimmed();
+    if (text.isEmpty())
+        return std::nullopt;
     bool ok = false;
     unsigned int const value = text.toUInt(&ok, 0); // base 0: 0x.. is hex, else decimal
-    return ok ? value : 0;
+    if (ok)
+        return value;
+    std::fprintf(
+        stderr, "zel: ZEL_TRACE_FLAGS=%s is not a number (hex with 0x, or decimal): ignored\n", text.constData());
+    return std::nullopt;
+}
+
+void writeLine(QString const& line)
+{
+    QByteArray const out = (line + QLatin1Char('\n')).toLocal8Bit();
+    std::fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stderr);
+    std::fflush(stderr);
+}
+
+QString traceLine(QString const& text, QString const& file, unsigned short line)
+{
+    return QStringLiteral("zel: %1 (%2:%3)").arg(text, file).arg(line);
 }
 
 void writeToStderr(QString const& text, QString const& file, unsigned short line)
 {
-    QByteArray const out = QStringLiteral("zel: %1 (%2:%3)\n").arg(text, file).arg(line).toLocal8Bit();
-    std::fwrite(out.constData(), 1, static_cast<size_t>(out.size()), stderr);
-    std::fflush(stderr);
+    writeLine(traceLine(text, file, line));
 }
 
 // Writes the first report of an exception to stderr; a console host has nothing to display.
@@ -40,9 +60,15 @@ public:
 IErrorHandler::~IErrorHandler() = default;
 
 ErrorHandler::ErrorHandler()
-    : m_flags(flagsFromEnvironment())
-    , m_interface(std::make_shared<StderrErrorHandler>())
-{ }
+    : m_interface(std::make_shared<StderrErrorHandler>())
+    , m_console(std::make_unique<TraceFolder>(writeLine))
+{
+    std::optional<unsigned int> const flags = flagsFromEnvironment();
+    m_flags = flags.value_or(0);
+    m_flagsFromEnvironment = flags.has_value();
+}
+
+ErrorHandler::~ErrorHandler() = default;
 
 ErrorHandler& ErrorHandler::Instance()
 {
@@ -61,9 +87,16 @@ unsigned int ErrorHandler::GetTraceFlags() const { return m_flags.load(std::memo
 
 void ErrorHandler::SetTraceFlags(unsigned int flags) { m_flags.store(flags, std::memory_order_relaxed); }
 
+void ErrorHandler::SetDefaultTraceFlags(unsigned int flags)
+{
+    if (!m_flagsFromEnvironment)
+        SetTraceFlags(flags);
+}
+
 void ErrorHandler::SetTraceSink(Sink sink)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
+    m_console->flush();
     m_sink = std::move(sink);
 }
 
@@ -78,12 +111,13 @@ void ErrorHandler::Trace(QString const& text, QString const& file, unsigned shor
     Sink sink;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_sink) {
+            m_console->write(traceLine(text, file, line));
+            return;
+        }
         sink = m_sink;
     }
-    if (sink)
-        sink(text, file, line);
-    else
-        writeToStderr(text, file, line);
+    sink(text, file, line);
 }
 
 void _Q_Trace(QString const& text, QString const& file, unsigned short line)

@@ -4,6 +4,8 @@
 
 #include "trace.h"
 
+#include <QScopeGuard>
+
 #include <utility>
 
 namespace zel {
@@ -38,10 +40,10 @@ bool HttpBridge::initialize()
 
 void HttpBridge::process()
 {
-    HttpBridgeWorker running(this);
-    worker = &running;
-    running.run();
-    worker = nullptr;
+    worker = std::make_unique<HttpBridgeWorker>(this);
+    // Gone on every way out, failure included, so that release never meets an ended worker.
+    auto const dropWorker = qScopeGuard([this] { worker.reset(); });
+    worker->run();
 }
 
 void HttpBridge::release()

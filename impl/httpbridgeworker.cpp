@@ -11,6 +11,8 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
+#include <utility>
+
 namespace zel {
 
 namespace {
@@ -28,16 +30,18 @@ HttpBridgeWorker::~HttpBridgeWorker() = default;
 
 void HttpBridgeWorker::run()
 {
-    QEventLoop loop;
-    eventLoop = &loop;
+    eventLoop = std::make_unique<QEventLoop>();
     // Queued even on this thread: every dispatch starts from the event loop, never inside a slot.
     QObject::connect(this, &HttpBridgeWorker::si_dispatch, this, &HttpBridgeWorker::sl_dispatch, Qt::QueuedConnection);
     timer = new QTimer(this);
     timer->setSingleShot(true);
     QObject::connect(timer, &QTimer::timeout, this, &HttpBridgeWorker::sl_timeout);
     timer->start(startDelayMs);
-    loop.exec();
-    eventLoop = nullptr;
+    eventLoop->exec();
+    eventLoop.reset();
+    // Rethrown only out here: an exception must not cross Qt's event loop.
+    if (failure)
+        std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
 void HttpBridgeWorker::quit()
@@ -62,7 +66,15 @@ void HttpBridgeWorker::sl_timeout()
     emit si_dispatch();
 }
 
-void HttpBridgeWorker::sl_dispatch() { bridge->dispatchMessages(); }
+void HttpBridgeWorker::sl_dispatch()
+{
+    try {
+        bridge->dispatchMessages();
+    } catch (...) {
+        failure = std::current_exception();
+        quit();
+    }
+}
 
 void HttpBridgeWorker::postMessage(ByteStreamMessage& message)
 {
@@ -87,8 +99,10 @@ void HttpBridgeWorker::sl_networkReply(QNetworkReply* reply)
         return; // the end of a POST that the time-out aborted
     pendingReply = nullptr;
     timer->stop();
+    // The number alone tells a reader nothing; Qt's text says what went wrong.
     if (reply->error() != QNetworkReply::NoError)
-        ZEL_TRACE_FAILURE(QStringLiteral("HttpBridge: %1 error %2").arg(reply->url().toString()).arg(reply->error()));
+        ZEL_TRACE_FAILURE(QStringLiteral("HttpBridge: %1 error %2 (%3)")
+                              .arg(reply->url().toString(), QString::number(reply->error()), reply->errorString()));
     reply->deleteLater();
     emit si_dispatch();
 }

@@ -4,8 +4,10 @@
 
 #include "trace.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
+#include <vector>
 
 namespace zel {
 
@@ -13,14 +15,28 @@ int const ZmqHelper::maxBindAttempts = 5;
 
 namespace {
 
+// Far beyond any endpoint ZeroMQ takes: ends the growing should EINVAL have another cause.
+size_t const maxEndpointSize = 1 << 16;
+
+// The endpoint grows with the names in it (a long group name makes a long inproc address), so a
+// buffer too small (EINVAL) is doubled and the read tried again.
+std::string lastEndpoint(zmq::socket_t& socket)
+{
+    std::vector<char> endpoint(128);
+    for (;;) {
+        size_t size = endpoint.size();
+        if (zmq_getsockopt(socket.handle(), ZMQ_LAST_ENDPOINT, endpoint.data(), &size) == 0)
+            return std::string(endpoint.data(), std::find(endpoint.data(), endpoint.data() + size, '\0'));
+        if (zmq_errno() != EINVAL || endpoint.size() >= maxEndpointSize)
+            throw zmq::error_t();
+        endpoint.resize(endpoint.size() * 2);
+    }
+}
+
 std::string bindOnce(zmq::socket_t& socket, std::string const& address)
 {
     socket.bind(address);
-    char endpoint[128] = {};
-    size_t size = sizeof(endpoint);
-    if (zmq_getsockopt(socket.handle(), ZMQ_LAST_ENDPOINT, endpoint, &size) != 0)
-        throw zmq::error_t();
-    return std::string(endpoint);
+    return lastEndpoint(socket);
 }
 
 } // namespace

@@ -66,7 +66,7 @@ private:
 
     StreamInput input;
     QMap<QByteArray, StreamEntry> streamMap;
-    HttpBridgeWorker* worker = nullptr;
+    std::unique_ptr<HttpBridgeWorker> worker; // exists while process runs
 };
 
 } // namespace zel

@@ -5,6 +5,9 @@
 
 #include <QObject>
 
+#include <exception>
+#include <memory>
+
 class QEventLoop;
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -25,7 +28,8 @@ public:
     explicit HttpBridgeWorker(HttpBridge* bridge);
     ~HttpBridgeWorker() override;
 
-    // Runs the event loop until the bridge is told to stop.
+    // Runs the event loop until the bridge is told to stop; what the bridge threw while dispatching
+    // is thrown here, after the loop has ended.
     void run();
     void quit();
     // Starts the POST of one message, or drops it when its type has no valid target.
@@ -41,7 +45,8 @@ private slots:
 
 private:
     HttpBridge* bridge;
-    QEventLoop* eventLoop = nullptr;
+    std::unique_ptr<QEventLoop> eventLoop; // exists while run runs
+    std::exception_ptr failure;
     QNetworkAccessManager* networkManager = nullptr;
     QNetworkReply* pendingReply = nullptr;
     QTimer* timer = nullptr;

@@ -4,12 +4,16 @@
 
 #include "httpsink.h"
 
+#include <zel/httpbridge.h>
+#include <zel/zmqcontrollablethread.h>
+
 #include <QNetworkReply>
 #include <QRegularExpression>
 #include <QSysInfo>
 
 #include <array>
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -118,11 +122,11 @@ TEST_F(HttpBridgeTest, UnknownTypesAndErrorStatusesAreTracedAndTheNextMessageSer
     ASSERT_TRUE(waitForPosts(1));
     EXPECT_EQ(refusing.count(), 1) << "posted once, not again";
     EXPECT_EQ(posted(), std::vector<std::string> { "/a application/octet-stream 2" });
+    // The error number comes with Qt's text for it.
     EXPECT_EQ(bridgeTraces(),
         (QStringList { "HttpBridge: unknown type nobody",
-            QStringLiteral("HttpBridge: %1 error %2")
-                .arg(refusing.url("/lost"))
-                .arg(int(QNetworkReply::ContentNotFoundError)) }));
+            QStringLiteral("HttpBridge: %1 error %2 (Error transferring %1 - server replied: Sink)")
+                .arg(refusing.url("/lost"), QString::number(QNetworkReply::ContentNotFoundError)) }));
 }
 
 TEST_F(HttpBridgeTest, AServerThatNeverAnswersCostsOneTimeOutPerMessageEvenAtDelete)
@@ -241,4 +245,31 @@ TEST_F(HttpBridgeTest, StartAndStopActOnTheListedFiltersOnly)
     EXPECT_EQ(stop("h", ""), "Success");
     ASSERT_TRUE(round("4"));
     EXPECT_EQ(unknown(), seen);
+}
+
+TEST_F(HttpBridgeTest, AFailureInsideTheEventLoopEndsTheThreadWithoutCrossingQt)
+{
+    static QStringList qtMessages; // Qt's own warnings, among them one for an exception thrown through it
+    QtMessageHandler const previous
+        = qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const& text) { qtMessages << text; });
+    // Its handling fails, as any fault inside the bridge's event loop would.
+    struct FailingBridge : zel::HttpBridge
+    {
+        FailingBridge()
+            : HttpBridge({}, "failing", "g", zel::internalAddressPrefixDefault)
+        { }
+        void handleMessage(zel::ByteStreamMessage&, zel::ZmqByteStreamInSocket*) override
+        {
+            throw std::runtime_error("handling failed");
+        }
+    };
+    {
+        zel::ZmqControllableThread<FailingBridge> thread(std::make_unique<FailingBridge>());
+        ASSERT_EQ(request(zeltest::processorIdentity("g", "failing"),
+                      Helper::makeConnectStreamMessage("in", publisher.address, std::vector<std::string> {})),
+            "Success");
+        EXPECT_TRUE(publisher.sendUntil("any", "x", [&] { return thread.isFinished(); }));
+    } // release and delete after the failure
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(qtMessages, QStringList());
 }

@@ -90,7 +90,7 @@ TEST(Zelctl, MistakesExitTwoAndSilenceExitsThree)
 
     Result const silent = zelctl({ "--address", nobody, "--timeout", "200", "groups" }, QString());
     EXPECT_EQ(silent.exitCode, 3) << silent;
-    EXPECT_EQ(silent.err, "zelctl: no answer from " + nobody.toStdString() + " within 200 ms\n");
+    EXPECT_EQ(silent.err, "zelctl: zelhost at " + nobody.toStdString() + " does not answer: is it running?\n");
     // The unanswered request must not hold up the exit.
     EXPECT_LT(silent.took, 3s);
 }
@@ -190,7 +190,7 @@ TEST_F(ZelctlAgainstZelhost, EveryCommandDrivesAPipeline)
     ok({ "deregister", "pipe", "s" });
     Result const gone = run({ "resolve", "pipe", "s" });
     EXPECT_EQ(gone.exitCode, 1) << gone;
-    EXPECT_EQ(gone.err, "zelctl: Error: Error: 's' does not exist\n");
+    EXPECT_EQ(gone.err, "zelctl: Error: 's' does not exist\n");
 
     QString const query
         = writeFile(dir, "query.xml", zel::ControlMessageHelper::makeQueryProcessorsMessage().GetXmlString());
@@ -302,4 +302,55 @@ TEST_F(ZelctlAgainstZelhost, GraphAndTapShowTheRunningPipeline)
     EXPECT_EQ(inproc.exitCode, 1) << inproc;
     EXPECT_EQ(inproc.err, "zelctl: stream counted is published on inproc://view only; tap reaches TCP streams\n");
     ok({ "delete-group", "view" });
+}
+
+TEST_F(ZelctlAgainstZelhost, MistakesTheSystemWouldMeetWithSilenceAreRefusedUnlessForced)
+{
+    ok({ "create-group", "guards" });
+    QTemporaryDir dir;
+    QString const ftp = writeFile(
+        dir, "ftp.xml", zel::ControlMessageHelper::makeProcessorConfig("s", "ftp://127.0.0.1/x").GetXmlString());
+    QStringList const relay = { "create", "guards", "p", "demo.Relay", "--stream", "s", "--stream-address" };
+    std::vector<std::pair<QStringList, std::string>> const cases = {
+        { { "create-group", "" }, "a group needs a name" },
+        { { "create-group", "a/b" }, "must not hold '/'" },
+        { { "create-group", QString(230, 'x') }, "longer than ZeroMQ's 255 bytes" },
+        { { "create", "guards", "nameservice", "demo.Relay" }, "a name the group itself uses" },
+        { relay + QStringList { "tcp://127.0.0.1" }, "the port is missing" },
+        { relay + QStringList { "udp://127.0.0.1:5" }, "it is none of tcp://HOST:PORT" },
+        { { "create", "guards", "h", "HttpBridge", "--config", ftp }, "an HttpBridge posts to http(s)://" },
+        { { "connect", "guards", "p", "s", "tcp://*:5555" }, "not an address to connect to" },
+    };
+    for (auto const& [arguments, error] : cases) {
+        Result const r = run(arguments);
+        EXPECT_EQ(r.exitCode, 2) << arguments.join(' ').toStdString() << ": " << r;
+        EXPECT_THAT(r.err, testing::AllOf(HasSubstr(error), testing::EndsWith(" (--force sends it anyway)\n")));
+    }
+    EXPECT_TRUE(ok({ "processors", "guards" }).isEmpty()) << "nothing was sent";
+    ok({ "create", "guards", "h", "HttpBridge" });
+    // Forced, an address the bridge cannot connect to ends it without a reply, and zelctl says so.
+    Result const forced = run({ "--timeout", "500", "connect", "guards", "h", "s", "tcp://*:5555", "--force" });
+    EXPECT_EQ(forced.exitCode, 3) << forced;
+    EXPECT_EQ(forced.err, "zelctl: processor 'h' in group 'guards' does not answer: busy, or ended by a failure\n");
+    ok({ "delete-group", "guards" });
+}
+
+TEST_F(ZelctlAgainstZelhost, AnUnansweredRequestNamesWhatIsMissing)
+{
+    // A name this long makes internal endpoints longer than a fixed 128-byte buffer reads back.
+    QString const group(200, 'g');
+    ok({ "create-group", group });
+    ok({ "create", group, "h", "HttpBridge" });
+    EXPECT_EQ(ok({ "params", group, "h" }), QStringList()) << "a processor without parameters";
+    std::string const answers = " (zelhost at " + address.toStdString() + " answers";
+    std::vector<std::pair<QStringList, std::string>> const cases = {
+        { { "processors", "nogroup" }, "zelctl: no group 'nogroup'" + answers + "; groups: " },
+        { { "params", group, "nobody" }, "zelctl: no processor 'nobody' in group '" + group.toStdString() + "'\n" },
+    };
+    for (auto const& [arguments, error] : cases) {
+        Result const r = run(QStringList { "--timeout", "500" } + arguments);
+        EXPECT_EQ(r.exitCode, 1) << r;
+        EXPECT_THAT(r.err, HasSubstr(error));
+    }
+    ok({ "delete-group", group });
 }

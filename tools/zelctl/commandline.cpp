@@ -7,8 +7,8 @@ QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
     QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
     QStringLiteral("--format") };
-QStringList const flagOptions
-    = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h"), QStringLiteral("--rate") };
+QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
+    QStringLiteral("-h"), QStringLiteral("--rate") };
 
 } // namespace
 

@@ -3,6 +3,8 @@
 #include "reply.h"
 #include "topology.h"
 
+#include <zel/endpoints.h>
+
 #include <QStringList>
 
 namespace {
@@ -111,7 +113,8 @@ int graph(Invocation& call)
     zelmsg::ControlMessage failed;
     Outcome const outcome = Topology::query(call.client, topology, failed);
     if (outcome != Outcome::Success)
-        return conclude(call, outcome, failed, printNothing);
+        return conclude(call, zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault), outcome,
+            failed, printNothing);
     QString const text = format == QLatin1String("dot") ? dot(topology) : tree(topology);
     if (!text.isEmpty())
         out(text);

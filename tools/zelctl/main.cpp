@@ -1,5 +1,6 @@
-// zelctl [--address ADDR] [--timeout MS] [--xml] COMMAND ...: drives a running ZEL through the
-// router's frontend. Exit 0 on Success, 1 on Warning or Error, 2 on a usage error, 3 on a time-out.
+// zelctl [--address ADDR] [--timeout MS] [--xml] [--force] COMMAND ...: drives a running ZEL through
+// the router's frontend. Exit 0 on Success, 1 on Warning or Error or a target that does not exist,
+// 2 on a usage error or a refused request, 3 when no answer comes.
 
 #include "commandline.h"
 #include "commands.h"
@@ -15,15 +16,16 @@ namespace {
 
 void printHelp()
 {
-    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] COMMAND [ARGS]\n\n"
+    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] [--force] COMMAND [ARGS]\n\n"
                 "Drives a running ZEL through its frontend address (default: $ZEL_ADDRESS).\n"
-                "--timeout is in milliseconds (default 4000); --xml prints the whole reply record.\n\n"
+                "--timeout is in milliseconds (default 4000); --xml prints the whole reply record;\n"
+                "--force sends what zelctl would refuse (a malformed address, a clashing name).\n\n"
                 "commands:\n");
     for (Command const& command : commands())
         std::printf(
             "  %-14s %-40s %s\n", qPrintable(command.name), qPrintable(command.usage), qPrintable(command.summary));
-    std::printf(
-        "\nzelctl COMMAND --help explains a command. Exit: 0 success, 1 warning or error, 2 usage, 3 time-out.\n");
+    std::printf("\nzelctl COMMAND --help explains a command. Exit: 0 success, 1 warning or error\n"
+                "or no such group or processor, 2 usage or refused, 3 no answer.\n");
 }
 
 void printCommandHelp(Command const& command)

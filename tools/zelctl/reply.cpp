@@ -1,5 +1,7 @@
 #include "reply.h"
 
+#include "diagnosis.h"
+
 #include <cstdio>
 
 void out(QString const& text) { std::printf("%s\n", qPrintable(text)); }
@@ -7,19 +9,21 @@ void err(QString const& text) { std::fprintf(stderr, "zelctl: %s\n", qPrintable(
 
 void printNothing(zelmsg::ControlMessage const&) { }
 
-int conclude(Invocation& call, Outcome outcome, zelmsg::ControlMessage const& record, Printer const& print)
+int conclude(Invocation& call, std::string const& identity, Outcome outcome, zelmsg::ControlMessage const& record,
+    Printer const& print)
 {
     switch (outcome) {
     case Outcome::Timeout:
-        err(QStringLiteral("no answer from %1 within %2 ms")
-                .arg(QString::fromStdString(call.client.address()))
-                .arg(call.client.timeout()));
-        return ExitTimeout;
-    case Outcome::Failure:
+        return diagnoseSilence(call.client, identity);
+    case Outcome::Failure: {
         if (call.line.has(QStringLiteral("--xml")))
             out(record.GetXmlString());
-        err(record.GetResultTypeAsString() + QStringLiteral(": ") + record.GetMessageText());
+        // Some services begin their texts with the result type already.
+        QString const type = record.GetResultTypeAsString() + QStringLiteral(": ");
+        QString const text = record.GetMessageText();
+        err(text.startsWith(type) ? text : type + text);
         return ExitFailure;
+    }
     case Outcome::Success:
         break;
     }

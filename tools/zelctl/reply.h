@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <functional>
+#include <string>
 
 // What zelctl writes: results on stdout, complaints on stderr behind the program's name.
 void out(QString const& text);
@@ -17,5 +18,7 @@ using Printer = std::function<void(zelmsg::ControlMessage const&)>;
 
 void printNothing(zelmsg::ControlMessage const&);
 
-// Shows how an exchange ended and gives the exit code for it.
-int conclude(Invocation& call, Outcome outcome, zelmsg::ControlMessage const& record, Printer const& print);
+// Shows how an exchange with `identity` ended and gives the exit code for it; a time-out is followed
+// by questions that find out what is missing.
+int conclude(Invocation& call, std::string const& identity, Outcome outcome, zelmsg::ControlMessage const& record,
+    Printer const& print);

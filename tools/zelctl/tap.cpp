@@ -104,7 +104,7 @@ QString tcpAddress(Invocation& call, int& exitCode)
         = zel::Endpoints::getNameServiceEndpoint(call.args[0].toStdString(), zel::internalAddressPrefixDefault);
     Outcome const outcome = call.client.request(nameService, resolve);
     if (outcome != Outcome::Success) {
-        exitCode = conclude(call, outcome, resolve, printNothing);
+        exitCode = conclude(call, nameService, outcome, resolve, printNothing);
         return {};
     }
     QStringList const addresses = resolve.GetStreamAddresses().toList();

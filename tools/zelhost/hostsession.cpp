@@ -27,13 +27,20 @@ QStringList moduleCandidates()
     return { dir + QStringLiteral("/ZEL"), dir + QStringLiteral("/../lib/ZEL"), QStringLiteral("ZEL") };
 }
 
-QString configuredAddress(QString const& name)
+QString const addressKey = QStringLiteral("EnvironmentAddress");
+
+// A configuration with keys but none of ours is most likely a typo, which would silently give the
+// in-process default address.
+QString unknownKeysWarning(ICfg const& cfg, QString const& name)
 {
-    std::unique_ptr<ICfg> const cfg(CfgCenter::CreateCfg(name, ICfg::Application, QString()));
-    return cfg ? cfg->GetValue(QStringLiteral("EnvironmentAddress"), defaultFrontendAddress, 0) : QString();
+    QStringList const keys = cfg.GetKeys();
+    if (keys.isEmpty() || keys.contains(addressKey))
+        return {};
+    return QStringLiteral("%1.ini has no key zelhost knows (%2); unknown: %3")
+        .arg(name, addressKey, keys.join(QStringLiteral(", ")));
 }
 
-// Collects the failure traces of a start, so that a failed start says why whatever the flags.
+// Collects the failure texts of a start, so that a failed start says why whatever the flags.
 class FailureCollector
 {
 public:
@@ -42,9 +49,9 @@ public:
         ErrorHandler& handler = ErrorHandler::Instance();
         userFlags = handler.GetTraceFlags();
         handler.SetTraceFlags(userFlags | ErrorHandler::TraceFailures);
-        handler.SetTraceSink([this](QString const& text, QString const& file, unsigned short line) {
+        handler.SetTraceSink([this](QString const& text, QString const&, unsigned short) {
             std::lock_guard<std::mutex> lock(mutex);
-            lines << QStringLiteral("%1 (%2:%3)").arg(text, file).arg(line);
+            lines << text;
         });
     }
 
@@ -117,12 +124,14 @@ bool HostSession::load()
 
 bool HostSession::execute()
 {
-    address = configuredAddress(name);
-    if (address.isNull()) {
+    std::unique_ptr<ICfg> const cfg(CfgCenter::CreateCfg(name, ICfg::Application, QString()));
+    if (!cfg) {
         reason = QStringLiteral("no configuration %1.ini in %2")
                      .arg(name, qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath()));
         return false;
     }
+    address = cfg->GetValue(addressKey, defaultFrontendAddress, 0);
+    warning = unknownKeysWarning(*cfg, name);
     std::wstring const wideName = name.toStdWString();
     instance = create(wideName.c_str());
     if (!instance) {
@@ -133,7 +142,7 @@ bool HostSession::execute()
     instance->Execute(); // false on every path: the traces tell a failed start
     QStringList const lines = failures.collected();
     if (!lines.isEmpty()) {
-        reason = lines.join(QLatin1Char('\n'));
+        reason = lines.first(); // the cause; what follows are the layers above it giving up
         return false;
     }
     return frontendAnswers(address, reason);

@@ -14,15 +14,17 @@ int main(int argc, char** argv)
 {
     prepareStopSignals();
     QCoreApplication app(argc, argv);
-    if (!qEnvironmentVariableIsSet("ZEL_TRACE_FLAGS"))
-        ErrorHandler::Instance().SetTraceFlags(ErrorHandler::TraceFailures);
+    ErrorHandler::Instance().SetDefaultTraceFlags(ErrorHandler::TraceFailures);
     QStringList const args = app.arguments();
     if (args.size() > 2 || (args.size() == 2 && args[1].startsWith(QLatin1Char('-')))) {
         std::fprintf(stderr, "usage: zelhost [NAME]\n  runs ZEL with the configuration NAME.ini (default zel)\n");
         return 2;
     }
     HostSession session(args.size() == 2 ? args[1] : QStringLiteral("zel"));
-    if (!session.start()) {
+    bool const started = session.start();
+    if (!session.configurationWarning().isEmpty())
+        std::fprintf(stderr, "zelhost: warning: %s\n", qPrintable(session.configurationWarning()));
+    if (!started) {
         std::fprintf(stderr, "zelhost: the environment did not start: %s\n", qPrintable(session.failureReason()));
         session.stop();
         return 1;

@@ -10,6 +10,7 @@
 #include <mutex>
 
 class IErrorHandler;
+class TraceFolder;
 
 // Trace flags and the trace sink of the process. Any thread may call it.
 class ZELHOSTFRAMEWORK_EXPORT ErrorHandler
@@ -24,12 +25,15 @@ public:
     static ErrorHandler& Instance();
     static IErrorHandler* Interface();
 
-    // Starts from ZEL_TRACE_FLAGS (hex with 0x, or decimal), 0 when unset.
+    // Starts from ZEL_TRACE_FLAGS (hex with 0x, or decimal), 0 when unset or unreadable.
     unsigned int GetTraceFlags() const;
     bool IsTraceOn(unsigned int bits) const { return (GetTraceFlags() & bits) != 0; }
     void SetTraceFlags(unsigned int flags);
+    // A host's own default: taken unless ZEL_TRACE_FLAGS gave readable flags.
+    void SetDefaultTraceFlags(unsigned int flags);
 
-    // Replaces where trace lines go; an empty sink restores stderr.
+    // Replaces where trace lines go; an empty sink restores stderr. A sink gets every line; on
+    // stderr a line repeated within a second is folded into one with its count.
     void SetTraceSink(Sink sink);
     // Replaces the exception report; null restores the default, which writes to stderr.
     void SetInterface(std::shared_ptr<IErrorHandler> handler);
@@ -38,11 +42,14 @@ public:
 
 private:
     ErrorHandler();
+    ~ErrorHandler();
 
     std::atomic<unsigned int> m_flags;
+    bool m_flagsFromEnvironment = false;
     mutable std::mutex m_mutex;
     Sink m_sink;
     std::shared_ptr<IErrorHandler> m_interface;
+    std::unique_ptr<TraceFolder> m_console; // stderr, when there is no sink
 };
 
 // Writes one trace line. Callers test a trace flag first.

@@ -3,6 +3,7 @@
 #include <zel/host/zelhostframework_export.h>
 
 #include <QString>
+#include <QStringList>
 
 // A configuration opened by CfgCenter.
 class ZELHOSTFRAMEWORK_EXPORT ICfg
@@ -13,4 +14,6 @@ public:
     virtual ~ICfg();
     // The value of a top-level key, or defaultValue when the key is absent.
     virtual QString GetValue(QString const& key, QString const& defaultValue, int flags) const = 0;
+    // Every key the configuration holds, so that a host can point out the ones it does not know.
+    virtual QStringList GetKeys() const = 0;
 };

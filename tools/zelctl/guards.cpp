@@ -1,0 +1,140 @@
+#include "guards.h"
+
+#include <zel/endpoints.h>
+
+#include <QUrl>
+
+#include <cstdio>
+
+namespace {
+
+// ZeroMQ takes identities of at most 255 bytes; ours carry a terminating NUL.
+int const maxIdentityBytes = 255;
+
+// What a group itself is known by beneath its name: a processor of that name would clash.
+QStringList const groupOwnNames
+    = { QStringLiteral("nameservice"), QStringLiteral("broadcast"), QStringLiteral("__nameservice__internal__") };
+
+bool refuse(QString const& why)
+{
+    std::fprintf(stderr, "zelctl: %s (--force sends it anyway)\n", qPrintable(why));
+    return false;
+}
+
+bool forced(Invocation& call) { return call.line.has(QStringLiteral("--force")); }
+
+bool isPort(QString const& text, bool wildcard)
+{
+    if (wildcard && text == QLatin1String("*"))
+        return true;
+    bool ok = false;
+    int const port = text.toInt(&ok);
+    return ok && text.size() <= 5 && port >= (wildcard ? 0 : 1) && port <= 65535 && text[0].isDigit();
+}
+
+// Why `address` is no ZeroMQ endpoint for a bind (`bind`) or a connect; empty when it is one.
+QString endpointProblem(QString const& address, bool bind)
+{
+    for (char const* scheme : { "ipc://", "inproc://" }) {
+        if (address.startsWith(QLatin1String(scheme)))
+            return address.size() > int(qstrlen(scheme)) ? QString()
+                                                         : QStringLiteral("the name after %1 is missing").arg(scheme);
+    }
+    QString const tcp = QStringLiteral("tcp://");
+    if (!address.startsWith(tcp))
+        return QStringLiteral("it is none of tcp://HOST:PORT%1, ipc://PATH, inproc://NAME")
+            .arg(bind ? QStringLiteral(" (or :*)") : QString());
+    QString const rest = address.mid(tcp.size());
+    int const colon = rest.lastIndexOf(QLatin1Char(':'));
+    if (colon < 0)
+        return QStringLiteral("the port is missing");
+    QString const host = rest.left(colon);
+    if (host.isEmpty() || host.contains(QLatin1Char(' ')) || (!bind && host == QLatin1String("*")))
+        return QStringLiteral("the host is missing or not one to connect to");
+    if (!isPort(rest.mid(colon + 1), bind))
+        return bind ? QStringLiteral("the port must be a number up to 65535, or *")
+                    : QStringLiteral("the port must be a number from 1 to 65535");
+    return {};
+}
+
+// Why `address` is no target of an HttpBridge; empty when it is one.
+QString urlProblem(QString const& address)
+{
+    QUrl const url(address, QUrl::StrictMode);
+    bool const web = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    return url.isValid() && web && !url.host().isEmpty() ? QString()
+                                                         : QStringLiteral("an HttpBridge posts to http(s)://HOST/PATH");
+}
+
+// Names each address of the configuration's streams as the processor type reads it.
+QString configProblem(QString const& type, zelmsg::Processor const& config)
+{
+    QString const bare = type.section(QLatin1Char('.'), -1);
+    if (bare == QLatin1String("QtBridge"))
+        return {}; // it reads no stream of its configuration
+    for (zelmsg::DataStream const& stream : config.GetDataStream()) {
+        QVector<QString> const& addresses = stream.GetAddress();
+        for (int i = 0; i < addresses.size(); ++i) {
+            // A bridge's stream is a URL followed by its content type.
+            bool const http = bare == QLatin1String("HttpBridge");
+            if (http && i > 0)
+                break;
+            QString const problem = http ? urlProblem(addresses[i]) : endpointProblem(addresses[i], true);
+            if (!problem.isEmpty())
+                return QStringLiteral("stream %1: '%2' is refused: %3").arg(stream.GetName(), addresses[i], problem);
+        }
+    }
+    return {};
+}
+
+// True when the identity with its NUL fits; else refuses the name that made it.
+bool identityFits(std::string const& identity, QString const& name)
+{
+    if (identity.size() + 1 <= size_t(maxIdentityBytes))
+        return true;
+    return refuse(QStringLiteral("the name '%1' makes an identity longer than ZeroMQ's %2 bytes")
+                      .arg(name)
+                      .arg(maxIdentityBytes));
+}
+
+} // namespace
+
+bool acceptSourceAddress(Invocation& call, QString const& address)
+{
+    QString const problem = endpointProblem(address, false);
+    if (problem.isEmpty() || forced(call))
+        return true;
+    return refuse(QStringLiteral("'%1' is not an address to connect to: %2").arg(address, problem));
+}
+
+bool acceptProcessor(Invocation& call, zelmsg::Processor const& config)
+{
+    if (forced(call))
+        return true;
+    QString const& name = call.args[1];
+    if (groupOwnNames.contains(name))
+        return refuse(QStringLiteral("'%1' is a name the group itself uses; choose another").arg(name));
+    std::string const identity = zel::Endpoints::getProcessorEndpoint(
+        call.args[0].toStdString(), name.toStdString(), zel::internalAddressPrefixDefault);
+    if (!identityFits(identity, name))
+        return false;
+    QString const problem = configProblem(call.args[2], config);
+    return problem.isEmpty() || refuse(problem);
+}
+
+bool acceptGroupName(Invocation& call)
+{
+    if (forced(call))
+        return true;
+    QString const& name = call.args[0];
+    if (name.isEmpty())
+        return refuse(QStringLiteral("a group needs a name"));
+    if (name.contains(QLatin1Char('/')))
+        return refuse(QStringLiteral("'%1': a group's name must not hold '/', which separates the names of its "
+                                     "processors")
+                          .arg(name));
+    // The name service's identity is the longest one a group makes.
+    std::string const identity
+        = zel::Endpoints::getNameServiceEndpoint(name.toStdString(), zel::internalAddressPrefixDefault);
+    return identityFits(identity, name);
+}
