@@ -106,6 +106,7 @@ run delete demo poster
 kill "$sinkpid"; wait "$sinkpid" 2>/dev/null || true
 
 step "Full speed: the Generator at rate 0; Relay and Counter serve 1, then 64 messages per wake-up"
+echo "   (a PUB drops what its subscribers cannot take: what was counted beside what was sent)"
 run set demo generator size 64
 run set demo generator rate 0
 for batch in 1 64; do
