@@ -7,6 +7,8 @@
 #include <zel/datastreaminitializer.h>
 #include <zel/nameserviceclient.h>
 
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace zel {
@@ -47,8 +49,9 @@ bool StreamProcessor::initialize()
     if (!ProcessorBase::initialize())
         return false;
     inputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
-    inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
-        std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
+    auto wrapper = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
+    inputWrapper = wrapper.get();
+    inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(std::move(wrapper), this);
     outputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub));
     outputWrapper = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
     std::string const endpoint = getEndpointString();
@@ -72,14 +75,24 @@ void StreamProcessor::freeStreamSockets()
 {
     outputWrapper.reset();
     outputSocket.reset();
+    inputWrapper = nullptr;
     inputClient.reset();
     inputSocket.reset();
 }
 
+void StreamProcessor::setInputBatchSize(int messages) { inputBatchSize = std::max(messages, 1); }
+
 void StreamProcessor::checkDataEvents()
 {
-    if (reader.getEvents(inputIndex) != 0)
-        inputClient->processInput();
+    if (reader.getEvents(inputIndex) == 0)
+        return;
+    inputClient->processInput();
+    for (int served = 1; served < inputBatchSize; ++served) {
+        std::optional<ByteStreamMessage> message = inputWrapper->tryReceiveMessage();
+        if (!message)
+            return;
+        handleMessage(*message, inputWrapper);
+    }
 }
 
 bool StreamProcessor::connect(QString const&, QString const& streamAddress, QVector<QString> const& filters)

@@ -21,20 +21,38 @@ void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags)
     sendFrame(socket, bytes.constData(), static_cast<size_t>(bytes.size()), flags);
 }
 
-void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame)
+namespace {
+
+// False for "would block", which a blocking receive meets only through a receive time-out.
+bool receive(zmq::socket_t& socket, zmq::message_t& frame, int flags)
 {
-    if (zmq_msg_recv(frame.handle(), socket.handle(), 0) >= 0)
-        return;
+    if (zmq_msg_recv(frame.handle(), socket.handle(), flags) >= 0)
+        return true;
     int const error = zmq_errno();
     if (error == EAGAIN)
-        throw SocketError("recv() failed");
+        return false;
     throw SocketError(zmq::error_t(error).what());
+}
+
+} // namespace
+
+void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame)
+{
+    if (!receive(socket, frame, 0))
+        throw SocketError("recv() failed");
+}
+
+bool receiveFrameIfAny(zmq::socket_t& socket, zmq::message_t& frame) { return receive(socket, frame, ZMQ_DONTWAIT); }
+
+QByteArray frameBytes(zmq::message_t const& frame)
+{
+    return QByteArray(frame.data<char>(), static_cast<int>(frame.size()));
 }
 
 QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& frame)
 {
     receiveFrame(socket, frame);
-    return QByteArray(frame.data<char>(), static_cast<int>(frame.size()));
+    return frameBytes(frame);
 }
 
 void requireMoreFrames(zmq::message_t const& frame)

@@ -98,6 +98,24 @@ sed -n 's/^zelsink: /   zelsink: /p' "$work/sink" | grep POSTs || echo "   nothi
 run delete demo poster
 kill "$sinkpid"; wait "$sinkpid" 2>/dev/null || true
 
+step "Full speed: the Generator at rate 0; Relay and Counter serve 1, then 64 messages per wake-up"
+echo "   (a PUB drops what its subscribers cannot take: what was counted beside what was sent)"
+run set demo generator size 64
+run set demo generator rate 0
+for batch in 1 64; do
+  run set demo relay batch $batch
+  run set demo counter batch $batch
+  sent0=$("$bin/zelctl" get demo generator sent); got0=$(counter count)
+  for second in 1 2; do
+    sleep 1
+    sent=$("$bin/zelctl" get demo generator sent); got=$(counter count)
+    printf '   batch %2d  %ds  sent %8d/s   counted %8d/s  (%d%%)\n' "$batch" "$second" \
+      $((sent - sent0)) $((got - got0)) $((100 * (got - got0) / (sent - sent0 + 1)))
+    sent0=$sent; got0=$got
+  done
+done
+run stop demo generator
+
 step "Taking it down"
 run down "$pipeline"
 run groups

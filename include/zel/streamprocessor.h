@@ -40,6 +40,12 @@ protected:
     bool getParameterList(QStringList& names) override;
     bool startNewRecording(QString& value) override;
 
+    // How many input messages one wake-up may serve; values below 1 count as 1, the default. One
+    // keeps the loop fair: a stop or a request waits for at most one message. More serves a busy
+    // input at ZeroMQ's speed, at the price of a stop or a request waiting behind that many.
+    void setInputBatchSize(int messages);
+    int getInputBatchSize() const { return inputBatchSize; }
+
     // Exactly one data stream with at least one address, or CreateProcessorError.
     void checkDataStreamConfig();
     std::string getDataStreamName() const;
@@ -53,6 +59,9 @@ protected:
 
 private:
     void freeStreamSockets();
+
+    ZmqByteStreamInSocket* inputWrapper = nullptr; // owned by inputClient
+    int inputBatchSize = 1;
 };
 
 } // namespace zel

@@ -6,6 +6,8 @@
 #include <zel/zmqframe.h>
 #include <zel/zmqsocketbase.h>
 
+#include <optional>
+
 namespace zel {
 
 // A stream's input: the type frame, then the data frame if one follows. A message of one frame
@@ -18,12 +20,28 @@ public:
 
     ByteStreamMessage receiveMessage() override
     {
-        auto& s = *this->socket;
-        ByteStreamMessage message;
         zmq::message_t frame;
-        message.type = receiveFrameBytes(s, frame);
-        if (frame.more())
-            message.data = receiveFrameBytes(s, frame);
+        receiveFrame(*this->socket, frame);
+        return takeMessage(frame);
+    }
+
+    // Never blocks: nothing when no whole message is waiting. ZeroMQ hands over the frames of a
+    // message together, so once the first has come the rest are there.
+    std::optional<ByteStreamMessage> tryReceiveMessage()
+    {
+        zmq::message_t frame;
+        if (!receiveFrameIfAny(*this->socket, frame))
+            return std::nullopt;
+        return takeMessage(frame);
+    }
+
+private:
+    ByteStreamMessage takeMessage(zmq::message_t& first)
+    {
+        ByteStreamMessage message;
+        message.type = frameBytes(first);
+        if (first.more())
+            message.data = receiveFrameBytes(*this->socket, first);
         return message;
     }
 };

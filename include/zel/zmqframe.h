@@ -17,6 +17,10 @@ ZEL_EXPORT void sendFrame(zmq::socket_t& socket, void const* data, size_t size, 
 ZEL_EXPORT void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags);
 // Receives one frame into the caller's frame object.
 ZEL_EXPORT void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame);
+// The same without blocking: false when no frame is waiting.
+ZEL_EXPORT bool receiveFrameIfAny(zmq::socket_t& socket, zmq::message_t& frame);
+// A copy of a received frame's bytes.
+ZEL_EXPORT QByteArray frameBytes(zmq::message_t const& frame);
 // Receives one frame and copies it out; the frame object tells whether more follow.
 ZEL_EXPORT QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& frame);
 // Throws SocketError "Invalid message format" unless another frame of the message follows.

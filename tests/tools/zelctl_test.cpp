@@ -169,7 +169,7 @@ TEST_F(ZelctlAgainstZelhost, EveryCommandDrivesAPipeline)
     ok({ "connect", "pipe", "counter", "numbers", "--filter", "num", "--filter", "xyz" });
     EXPECT_EQ(ok({ "sources", "pipe", "counter" }), QStringList { numbers + "  filters: num,xyz" });
 
-    EXPECT_EQ(ok({ "params", "pipe", "counter" }), QStringList({ "count", "bytes", "gaps", "reset" }));
+    EXPECT_EQ(ok({ "params", "pipe", "counter" }), QStringList({ "count", "bytes", "gaps", "reset", "batch" }));
     ok({ "set", "pipe", "gen", "rate", "1000" });
     EXPECT_EQ(ok({ "get", "pipe", "gen", "rate" }), QStringList { "1000" });
     auto counted = [] { return run({ "get", "pipe", "counter", "count" }).out; };

@@ -16,10 +16,10 @@ void Counter::handleMessage(zel::ByteStreamMessage& message, zel::ZmqByteStreamI
     lastSequence = sequence;
 }
 
-bool Counter::setParameter(QString const& name, QString const&)
+bool Counter::setParameter(QString const& name, QString const& value)
 {
     if (name != QLatin1String("reset"))
-        return false;
+        return BatchedProcessor::setParameter(name, value);
     messages = bytes = gaps = 0;
     lastSequence.reset();
     return true;
@@ -34,14 +34,14 @@ bool Counter::getParameter(QString const& name, QString& value)
     else if (name == QLatin1String("gaps"))
         value = QString::number(gaps);
     else
-        return false;
+        return BatchedProcessor::getParameter(name, value);
     return true;
 }
 
 bool Counter::getParameterList(QStringList& names)
 {
     names << QStringLiteral("count") << QStringLiteral("bytes") << QStringLiteral("gaps") << QStringLiteral("reset");
-    return true;
+    return BatchedProcessor::getParameterList(names);
 }
 
 } // namespace demo

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zel/streamprocessor.h>
+#include "batchedprocessor.h"
 
 #include <cstdint>
 #include <optional>
@@ -9,11 +9,11 @@ namespace demo {
 
 // Counts what it receives: messages, bytes, and gaps (jumps in the sequence numbers, each jump
 // counted once, however many messages it skipped). Parameters: count, bytes, gaps to read; reset
-// to start again.
-class Counter : public zel::StreamProcessor
+// to start again; batch as for every BatchedProcessor.
+class Counter : public BatchedProcessor
 {
 public:
-    using zel::StreamProcessor::StreamProcessor;
+    using BatchedProcessor::BatchedProcessor;
 
 protected:
     void handleMessage(zel::ByteStreamMessage& message, zel::ZmqByteStreamInSocket* socket) override;

@@ -11,6 +11,7 @@ namespace {
 // What one idle call sends at most, so that control messages are never held up for long.
 constexpr std::uint64_t burstMessages = 256;
 constexpr std::uint64_t burstBytes = 256 * 1024;
+constexpr int defaultSize = 64;
 
 bool parseCount(QString const& text, std::uint64_t& value)
 {
@@ -26,8 +27,7 @@ bool parseCount(QString const& text, std::uint64_t& value)
 Generator::Generator(zelmsg::Processor const& configuration, std::string const& processorName,
     std::string const& groupName, std::string const& addressPrefix)
     : StreamProcessor(configuration, processorName, groupName, addressPrefix)
-    , type(QByteArray::fromStdString(getDataStreamName()))
-    , pattern(makePattern(size))
+    , outgoing { QByteArray::fromStdString(getDataStreamName()), makePattern(defaultSize) }
 { }
 
 bool Generator::initialize()
@@ -52,7 +52,7 @@ void Generator::schedule()
 std::uint64_t Generator::due() const
 {
     std::uint64_t const burst
-        = std::clamp<std::uint64_t>(burstBytes / static_cast<std::uint64_t>(size), 1, burstMessages);
+        = std::clamp<std::uint64_t>(burstBytes / static_cast<std::uint64_t>(size()), 1, burstMessages);
     if (rate == 0)
         return burst;
     std::uint64_t const expected = static_cast<std::uint64_t>(pacing.elapsed()) * rate / 1000;
@@ -64,8 +64,10 @@ void Generator::doIdleProcessing()
     std::uint64_t n = due();
     if (count > 0)
         n = std::min(n, count - sent);
-    for (std::uint64_t i = 0; i < n; ++i)
-        outputWrapper->sendMessage(zel::ByteStreamMessage { type, makeSequencedData(pattern, sent++) });
+    for (std::uint64_t i = 0; i < n; ++i) {
+        writeSequence(outgoing.data, sent++);
+        outputWrapper->sendMessage(outgoing);
+    }
     sentSincePacing += n;
     if (finished())
         disableIdleProcessing();
@@ -89,17 +91,16 @@ bool Generator::setParameter(QString const& name, QString const& value)
 {
     std::uint64_t number = 0;
     if (name == QLatin1String("type") && !value.isEmpty())
-        type = value.toUtf8();
+        outgoing.type = value.toUtf8();
     else if (name == QLatin1String("rate") && parseCount(value, number))
         rate = number;
     else if (name == QLatin1String("count") && parseCount(value, number))
         count = number;
     else if (name == QLatin1String("size") && parseCount(value, number) && number >= sequenceSize
         && number <= (64u << 20))
-        size = static_cast<int>(number);
+        outgoing.data = makePattern(static_cast<int>(number));
     else
         return false;
-    pattern = makePattern(size);
     schedule();
     return true;
 }
@@ -109,9 +110,9 @@ bool Generator::getParameter(QString const& name, QString& value)
     if (name == QLatin1String("rate"))
         value = QString::number(rate);
     else if (name == QLatin1String("size"))
-        value = QString::number(size);
+        value = QString::number(size());
     else if (name == QLatin1String("type"))
-        value = QString::fromUtf8(type);
+        value = QString::fromUtf8(outgoing.type);
     else if (name == QLatin1String("count"))
         value = QString::number(count);
     else if (name == QLatin1String("sent"))

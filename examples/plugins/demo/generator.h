@@ -9,8 +9,9 @@
 namespace demo {
 
 // Publishes sequenced messages on its stream while it runs. Parameters: rate (messages per second,
-// 0 as fast as it can), size (bytes of data, at least 8), type (the type frame, default the stream
-// name), count (stop after this many, 0 for no limit). Start and Stop run and pause it.
+// 0 as fast as it can, in bursts between polls), size (bytes of data, at least 8), type (the type
+// frame, default the stream name), count (stop after this many, 0 for no limit). Start and Stop
+// run and pause it.
 class Generator : public zel::StreamProcessor
 {
 public:
@@ -33,11 +34,11 @@ private:
     // Restarts the pacing and picks the idle period that fits the rate.
     void schedule();
     std::uint64_t due() const;
+    int size() const { return outgoing.data.size(); }
 
     std::uint64_t rate = 10;
-    int size = 64;
-    QByteArray type;
-    QByteArray pattern;
+    // The one message sent over and over, its sequence number rewritten in place each time.
+    zel::ByteStreamMessage outgoing;
     std::uint64_t count = 0;
     std::uint64_t sent = 0;
     std::uint64_t sentSincePacing = 0;

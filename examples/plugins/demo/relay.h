@@ -1,14 +1,15 @@
 #pragma once
 
-#include <zel/streamprocessor.h>
+#include "batchedprocessor.h"
 
 namespace demo {
 
-// Publishes every message it receives on its own stream, unchanged, while it runs.
-class Relay : public zel::StreamProcessor
+// Publishes every message it receives on its own stream, unchanged, while it runs. Parameter: batch,
+// as for every BatchedProcessor.
+class Relay : public BatchedProcessor
 {
 public:
-    using zel::StreamProcessor::StreamProcessor;
+    using BatchedProcessor::BatchedProcessor;
 
 protected:
     void handleMessage(zel::ByteStreamMessage& message, zel::ZmqByteStreamInSocket* socket) override;

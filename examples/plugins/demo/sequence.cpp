@@ -12,11 +12,9 @@ QByteArray makePattern(int size)
     return pattern;
 }
 
-QByteArray makeSequencedData(QByteArray const& pattern, std::uint64_t sequence)
+void writeSequence(QByteArray& data, std::uint64_t sequence)
 {
-    QByteArray data(pattern.constData(), pattern.size());
     qToBigEndian(static_cast<quint64>(sequence), data.data());
-    return data;
 }
 
 std::optional<std::uint64_t> readSequence(QByteArray const& data)

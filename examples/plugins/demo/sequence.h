@@ -13,8 +13,8 @@ constexpr int sequenceSize = 8;
 
 // The pattern of a message of `size` bytes, with room for the sequence number.
 QByteArray makePattern(int size);
-// A message: the pattern with the sequence number written over its front (one copy of the pattern).
-QByteArray makeSequencedData(QByteArray const& pattern, std::uint64_t sequence);
+// Makes `data` the message of that number by writing it over the front, in place.
+void writeSequence(QByteArray& data, std::uint64_t sequence);
 // The sequence number of a message, if it is long enough to carry one.
 std::optional<std::uint64_t> readSequence(QByteArray const& data);
 
