@@ -1,16 +1,30 @@
-#include "controlplane/controlplanetest.h"
+#include "controlplane/labplugin.h"
 
+#include "support/controlclient.h"
+#include "support/rawpeers.h"
+
+#include <zel/controlmessagehelper.h>
+#include <zel/environment.h>
+#include <zel/pluginmanager.h>
 #include <zel/processorinfo.h>
 #include <zel/streamprocessor.h>
 
-using namespace cptest;
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
 using namespace std::chrono_literals;
+using Helper = zel::ControlMessageHelper;
+using cptest::Journal;
+using zeltest::outcome;
 
 namespace {
 
 // The plug-in "probe", its one probe "p" connected to the test's publisher, and what the test
 // shares with it.
-class BatchingTest : public ControlPlaneTest, public zel::Plugin
+class BatchingTest : public testing::Test, public zel::Plugin
 {
 public:
     Journal log; // the data each wake-up served, joined by commas
@@ -21,20 +35,31 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(plugins->registerPlugin(this));
-        ControlPlaneTest::SetUp();
+        environment = std::make_unique<zel::Environment>(plugins, zel::routerFrontendAddressDefault);
+        client = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
         std::string const source = "inproc://batching";
         publisher.bind(source);
-        ASSERT_EQ(createGroup("g"), "Success");
-        ASSERT_EQ(createProcessor("g", "p", "probe.Probe", Helper::makeProcessorConfig("p", source + "p")), "Success");
-        ASSERT_EQ(
-            outcome(toProcessor("g", "p", Helper::makeConnectStreamMessage("in", source, std::vector<std::string>()))),
+        ASSERT_EQ(outcome(client->request(zeltest::managerIdentity(), Helper::makeCreateProcessorGroupMessage("g"))),
             "Success");
+        auto const config = Helper::makeProcessorConfig("p", source + "p");
+        ASSERT_EQ(outcome(client->request(
+                      zeltest::groupIdentity("g"), Helper::makeCreateProcessorMessage("probe.Probe", "p", config))),
+            "Success");
+        ASSERT_EQ(outcome(client->request(zeltest::processorIdentity("g", "p"),
+                      Helper::makeConnectStreamMessage("in", source, std::vector<std::string>()))),
+            "Success");
+    }
+
+    void TearDown() override
+    {
+        client.reset();
+        environment.reset();
+        EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
     QString getName() const override { return QStringLiteral("probe"); }
     QStringList getProcessorTypes() const override { return { QStringLiteral("Probe") }; }
     zel::ProcessorBase* createProcessor(zel::ProcessorInfo const& info) override;
-    using ControlPlaneTest::createProcessor;
 
     void publish(std::string const& type, int messages)
     {
@@ -51,6 +76,9 @@ protected:
         });
     }
 
+    std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
+    std::unique_ptr<zel::Environment> environment;
+    std::unique_ptr<zeltest::ControlClient> client;
     zmq::socket_t publisher = zeltest::makeSocket(zmq::socket_type::pub);
 };
 
