@@ -25,7 +25,7 @@ demo: build
 # The sanitizer runs: `make sanitize SAN=address,undefined` or `make sanitize SAN=thread`.
 SAN ?= address,undefined
 sanitize: deps
-	@cmake -S . -B build-$(subst $(comma),-,$(SAN)) -DZEL_SANITIZE=$(SAN) -DZEL_BUILD_BENCH=OFF > /dev/null
+	@cmake -S . -B build-$(subst $(comma),-,$(SAN)) -DZEL_SANITIZE=$(SAN) -DZEL_BUILD_BENCH=OFF $(CMAKE_FLAGS) > /dev/null
 	@cmake --build build-$(subst $(comma),-,$(SAN)) -j $(JOBS)
 	@ctest --test-dir build-$(subst $(comma),-,$(SAN)) --output-on-failure -j $(JOBS)
 
