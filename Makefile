@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build test demo sanitize clean
+.PHONY: all deps configure build test demo sanitize fuzz clean
 
 all: build
 
@@ -30,6 +30,21 @@ sanitize: deps
 	@ctest --test-dir build-$(subst $(comma),-,$(SAN)) --output-on-failure -j $(JOBS)
 
 comma := ,
+
+# The fuzz targets, built with clang and libFuzzer in build-fuzz, each run FUZZ_SECONDS on its corpus.
+# New inputs go to build-fuzz/corpus; a failing one is saved as build-fuzz/<target>-crash-*.
+FUZZ_SECONDS ?= 20
+FUZZ_TARGETS := controlxml recordbinary envelope processorconfig
+fuzz:
+	@bash scripts/install-deps.sh fuzz
+	@cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++-14 -DZEL_FUZZ=ON -DZEL_SANITIZE=address,undefined \
+		-DZEL_BUILD_TESTS=OFF -DZEL_BUILD_BENCH=OFF -DZEL_BUILD_EXAMPLES=OFF $(CMAKE_FLAGS) > /dev/null
+	@cmake --build build-fuzz -j $(JOBS) --target fuzzers
+	@for t in $(FUZZ_TARGETS); do \
+		mkdir -p build-fuzz/corpus/$$t && \
+		build-fuzz/bin/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -artifact_prefix=build-fuzz/$$t- \
+			build-fuzz/corpus/$$t fuzz/corpus/$$t || exit 1; \
+	done
 
 clean:
 	@rm -rf $(BUILD)
