@@ -19,27 +19,10 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# zelhost on a random loopback port; a port that is taken gives exit 1, and we try another.
-start_host() {
-  for _ in 1 2 3 4 5; do
-    address="tcp://127.0.0.1:$((20000 + RANDOM % 40000))"
-    printf 'EnvironmentAddress=%s\n' "$address" > "$work/soak.ini"
-    ZEL_CONFIG_DIR=$work "$bin/zelhost" soak > "$work/out" 2> "$work/err" &
-    pid=$!
-    for _ in $(seq 100); do
-      grep -q "ready at" "$work/out" 2>/dev/null && return 0
-      kill -0 $pid 2>/dev/null || break
-      sleep 0.1
-    done
-    kill $pid 2>/dev/null || true
-    wait $pid 2>/dev/null || true
-    pid=""
-  done
-  echo "zelhost did not start:"; cat "$work/err"; exit 1
-}
+source "$(dirname "$0")/starthost.sh"
 
 status=0
-start_host
+start_host soak
 echo "== $cycles cycles (zelhost pid $pid at $address)"
 "$bin/zelsoak" "$address" cycles "$cycles" "$pid" || status=1
 
