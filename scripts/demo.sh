@@ -6,20 +6,12 @@
 # and is taken down again; zelhost stops cleanly.
 set -euo pipefail
 build=${1:-build}
-bin=$(cd "$build/bin" && pwd)
-work=$(mktemp -d)
-pid=""
-cleanup() {
-  [ -n "$pid" ] && kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
+source "$(dirname "$0")/starthost.sh"
 
 bold=$(tput bold 2>/dev/null || true); plain=$(tput sgr0 2>/dev/null || true)
 step() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
 run() { printf '   $ zelctl %s\n' "$*"; "$bin/zelctl" "$@" | sed 's/^/     /'; }
 
-source "$(dirname "$0")/starthost.sh"
 
 counter() { "$bin/zelctl" get demo counter "$1"; }
 

@@ -7,19 +7,10 @@
 # Exit 1 when a phase fails.
 set -euo pipefail
 build=${1:-build}
+source "$(dirname "$0")/starthost.sh"
 cycles=${2:-1000}
 clients=${3:-16}
 requests=${4:-2000}
-bin=$(cd "$build/bin" && pwd)
-work=$(mktemp -d)
-pid=""
-cleanup() {
-  [ -n "$pid" ] && kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-source "$(dirname "$0")/starthost.sh"
 
 status=0
 start_host soak

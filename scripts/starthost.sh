@@ -1,5 +1,14 @@
-# Sourced by the demo and soak scripts. start_host NAME: zelhost with configuration $work/NAME.ini on a
-# random loopback port; a port that is taken gives exit 1, and we try another. Sets pid and address.
+# Sourced by the demo and soak scripts once $build is set: bin and work, and on exit zelhost stopped and
+# work removed. start_host NAME: zelhost with configuration $work/NAME.ini on a random loopback port; a
+# port that is taken gives exit 1, and we try another. Sets pid and address.
+bin=$(cd "$build/bin" && pwd)
+work=$(mktemp -d)
+pid=""
+cleanup() {
+  [ -n "$pid" ] && kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+  rm -rf "$work"
+}
+trap cleanup EXIT
 start_host() {
   for _ in 1 2 3 4 5; do
     address="tcp://127.0.0.1:$((20000 + RANDOM % 40000))"
