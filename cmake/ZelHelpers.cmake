@@ -14,6 +14,10 @@ function(zel_warnings target)
 endfunction()
 
 function(zel_apply_sanitizers)
+  # A fuzzing build traces coverage in all of our code; only the drivers link libFuzzer's main.
+  if(ZEL_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+  endif()
   if(NOT ZEL_SANITIZE)
     return()
   endif()

@@ -53,6 +53,21 @@ bool readXmlBool(QString const& text, bool validate, QString const& record, Fiel
     return !lower.isEmpty() && lower != QLatin1String("0") && lower != QLatin1String("false");
 }
 
+void writeXmlText(QXmlStreamWriter& writer, QString const& name, QString const& text)
+{
+    if (!text.contains(QLatin1Char('\r')))
+        return writer.writeTextElement(name, text);
+    // A reader turns a literal CR into LF; as a character reference it stays a CR.
+    writer.writeStartElement(name);
+    QStringList const pieces = text.split(QLatin1Char('\r'));
+    for (int i = 0; i < pieces.size(); ++i) {
+        if (i > 0)
+            writer.writeEntityReference(QStringLiteral("#13"));
+        writer.writeCharacters(pieces.at(i));
+    }
+    writer.writeEndElement();
+}
+
 void writePresence(QDataStream& stream, QBitArray const& bits)
 {
     QByteArray bytes((bits.size() + 7) / 8, '\0');

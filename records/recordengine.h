@@ -81,6 +81,8 @@ bool noneNull(QVector<QString> const& values);
 // UTF-8 from a byte array's data and size: a null array gives an empty, non-null string.
 QString fromUtf8(QByteArray const& bytes);
 bool readXmlBool(QString const& text, bool validate, QString const& record, FieldInfo const& field);
+// One text element that reads back as exactly `text`.
+void writeXmlText(QXmlStreamWriter& writer, QString const& name, QString const& text);
 void writePresence(QDataStream& stream, QBitArray const& bits);
 void writeTaggedStrings(QDataStream& stream, QVector<QString> const& values);
 void writeStrings(QDataStream& stream, QVector<QString> const& values);
@@ -483,14 +485,14 @@ private:
         constexpr Kind kind = kindOf<T>();
         QString const& name = elementName(f);
         if constexpr (kind == Kind::String)
-            writer.writeTextElement(name, value);
+            writeXmlText(writer, name, value);
         else if constexpr (kind == Kind::Enum)
             writer.writeTextElement(name, enumName(f.names(), value));
         else if constexpr (kind == Kind::Bool)
             writer.writeTextElement(name, value ? QStringLiteral("true") : QStringLiteral("false"));
         else if constexpr (kind == Kind::StringList)
             for (QString const& entry : qAsConst(value))
-                writer.writeTextElement(name, entry);
+                writeXmlText(writer, name, entry);
         else if constexpr (kind == Kind::RecordList)
             for (auto& item : value)
                 item.GetXml(writer);

@@ -6,37 +6,12 @@
 # and is taken down again; zelhost stops cleanly.
 set -euo pipefail
 build=${1:-build}
-bin=$(cd "$build/bin" && pwd)
-work=$(mktemp -d)
-pid=""
-cleanup() {
-  [ -n "$pid" ] && kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
+source "$(dirname "$0")/starthost.sh"
 
 bold=$(tput bold 2>/dev/null || true); plain=$(tput sgr0 2>/dev/null || true)
 step() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
 run() { printf '   $ zelctl %s\n' "$*"; "$bin/zelctl" "$@" | sed 's/^/     /'; }
 
-# Starts zelhost on a random loopback port; a port that is taken gives exit 1, and we try another.
-start_host() {
-  for _ in 1 2 3 4 5; do
-    address="tcp://127.0.0.1:$((20000 + RANDOM % 40000))"
-    printf 'EnvironmentAddress=%s\n' "$address" > "$work/demo.ini"
-    ZEL_CONFIG_DIR=$work "$bin/zelhost" demo > "$work/out" 2> "$work/err" &
-    pid=$!
-    for _ in $(seq 100); do
-      grep -q "ready at" "$work/out" 2>/dev/null && return 0
-      kill -0 $pid 2>/dev/null || break
-      sleep 0.1
-    done
-    kill $pid 2>/dev/null || true
-    wait $pid 2>/dev/null || true
-    pid=""
-  done
-  echo "zelhost did not start:"; cat "$work/err"; exit 1
-}
 
 counter() { "$bin/zelctl" get demo counter "$1"; }
 
@@ -53,7 +28,7 @@ watch_flow() {
 }
 
 step "Starting zelhost (configuration $work/demo.ini)"
-start_host
+start_host demo
 sed 's/^/   /' "$work/out"
 export ZEL_ADDRESS=$address
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs; does nothing when all are present.
+# `install-deps.sh fuzz` adds what the fuzz targets need: clang and its libFuzzer runtime.
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,7 @@ packages=(
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
 )
+[ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 
 missing=()
 for p in "${packages[@]}"; do
