@@ -5,6 +5,9 @@
 #include <zel/processorbase.h>
 #include <zel/processorinfo.h>
 
+#include <QCoreApplication>
+#include <QDir>
+
 using namespace cptest;
 
 namespace {
@@ -99,6 +102,39 @@ TEST(PluginManagerTest, AFileWhosePluginHasAnotherNameIsLoadedAtEachUse)
     EXPECT_EQ(first->getName(), QStringLiteral("notalias"));
     EXPECT_EQ(manager.getPlugin(QStringLiteral("aliasplugin.Store")), first);
     EXPECT_EQ(manager.getPlugins(), (QList<zel::Plugin*> { manager.getPlugins().first(), first, first }));
+}
+
+TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInstalledFolder)
+{
+    QString const farFolder = QStringLiteral(ZEL_FAR_PLUGIN_DIR);
+    QString const path = QStringLiteral("/nonexistent") + QDir::listSeparator() + farFolder;
+    struct Case
+    {
+        QString pluginPath;
+        QString type;
+        QString loaded; // the plug-in's name; empty: nothing is found
+    };
+    Case const cases[] = {
+        { QStringLiteral("/nonexistent"), QStringLiteral("farplugin.Store"), {} },
+        { path, QStringLiteral("farplugin.Store"), QStringLiteral("farplugin") },
+        { farFolder, QStringLiteral("storeplugin.Store"), QStringLiteral("storeplugin") }, // not far's "shadowed"
+        { {}, QStringLiteral("libdirplugin.Store"), QStringLiteral("libdirplugin") },
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.type.toStdString() + " with ZEL_PLUGIN_PATH=" + c.pluginPath.toStdString());
+        qputenv("ZEL_PLUGIN_PATH", c.pluginPath.toLocal8Bit());
+        zel::PluginManager manager;
+        zeltest::TraceCapture traces;
+        zel::Plugin* const plugin = manager.getPlugin(c.type);
+        EXPECT_EQ(plugin ? plugin->getName() : QString(), c.loaded);
+        if (!c.loaded.isEmpty())
+            continue;
+        ASSERT_EQ(traces.count(), 1);
+        for (QString const& folder :
+            { QCoreApplication::applicationDirPath(), c.pluginPath, QStringLiteral("/zel/plugins") })
+            EXPECT_TRUE(traces.texts().first().contains(folder)) << traces.texts().first().toStdString();
+    }
+    qunsetenv("ZEL_PLUGIN_PATH");
 }
 
 TEST_F(PluginsTest, GroupsMakeProcessorsFromRegisteredAndLoadedPlugins)

@@ -4,8 +4,10 @@ namespace {
 
 // Options that take a value; the others are flags.
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
-    QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter") };
-QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h") };
+    QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
+    QStringLiteral("--content-type") };
+QStringList const flagOptions
+    = { QStringLiteral("--xml"), QStringLiteral("--help"), QStringLiteral("-h"), QStringLiteral("--version") };
 
 } // namespace
 
