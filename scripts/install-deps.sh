@@ -9,6 +9,7 @@ packages=(
   libboost-dev
   libgtest-dev libgmock-dev
   libbenchmark-dev
+  python3-zmq python3-pytest
 )
 
 missing=()
