@@ -107,31 +107,25 @@ TEST(PluginManagerTest, AFileWhosePluginHasAnotherNameIsLoadedAtEachUse)
 TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInstalledFolder)
 {
     QString const farFolder = QStringLiteral(ZEL_FAR_PLUGIN_DIR);
-    QString const path = QStringLiteral("/nonexistent") + QDir::listSeparator() + farFolder;
-    struct Case
-    {
-        QString pluginPath;
-        QString type;
-        QString loaded; // the plug-in's name; empty: nothing is found
+    // ZEL_PLUGIN_PATH, the type, the name of the plug-in found (empty: none).
+    std::tuple<QString, QString, QString> const cases[] = {
+        { "/nonexistent", "farplugin.Store", "" },
+        { "/nonexistent" + QString(QDir::listSeparator()) + farFolder, "farplugin.Store", "farplugin" },
+        { farFolder, "storeplugin.Store", "storeplugin" }, // bin/'s copy, not far's "shadowed"
+        { "", "libdirplugin.Store", "libdirplugin" },
     };
-    Case const cases[] = {
-        { QStringLiteral("/nonexistent"), QStringLiteral("farplugin.Store"), {} },
-        { path, QStringLiteral("farplugin.Store"), QStringLiteral("farplugin") },
-        { farFolder, QStringLiteral("storeplugin.Store"), QStringLiteral("storeplugin") }, // not far's "shadowed"
-        { {}, QStringLiteral("libdirplugin.Store"), QStringLiteral("libdirplugin") },
-    };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(c.type.toStdString() + " with ZEL_PLUGIN_PATH=" + c.pluginPath.toStdString());
-        qputenv("ZEL_PLUGIN_PATH", c.pluginPath.toLocal8Bit());
+    for (auto const& [pluginPath, type, loaded] : cases) {
+        SCOPED_TRACE(type.toStdString() + " with ZEL_PLUGIN_PATH=" + pluginPath.toStdString());
+        qputenv("ZEL_PLUGIN_PATH", pluginPath.toLocal8Bit());
         zel::PluginManager manager;
         zeltest::TraceCapture traces;
-        zel::Plugin* const plugin = manager.getPlugin(c.type);
-        EXPECT_EQ(plugin ? plugin->getName() : QString(), c.loaded);
-        if (!c.loaded.isEmpty())
+        zel::Plugin* const plugin = manager.getPlugin(type);
+        EXPECT_EQ(plugin ? plugin->getName() : QString(), loaded);
+        if (!loaded.isEmpty())
             continue;
         ASSERT_EQ(traces.count(), 1);
         for (QString const& folder :
-            { QCoreApplication::applicationDirPath(), c.pluginPath, QStringLiteral("/zel/plugins") })
+            { QCoreApplication::applicationDirPath(), pluginPath, QStringLiteral("/zel/plugins") })
             EXPECT_TRUE(traces.texts().first().contains(folder)) << traces.texts().first().toStdString();
     }
     qunsetenv("ZEL_PLUGIN_PATH");
