@@ -85,6 +85,10 @@ bool readFile(QString const& path, QString& text)
 // The configuration of a new processor: an XML file, or one stream with one address.
 bool processorConfig(Invocation& call, zelmsg::Processor& config)
 {
+    if (call.line.has(QStringLiteral("--content-type")) && !call.line.has(QStringLiteral("--stream"))) {
+        err(QStringLiteral("--content-type goes with --stream and --stream-address"));
+        return false;
+    }
     if (call.line.has(QStringLiteral("--config"))) {
         QString text;
         if (!readFile(call.line.value(QStringLiteral("--config")), text)) {
@@ -105,13 +109,8 @@ bool processorConfig(Invocation& call, zelmsg::Processor& config)
         config = ControlMessageHelper::makeProcessorConfig(utf8(call.line.value(QStringLiteral("--stream"))),
             utf8(call.line.value(QStringLiteral("--stream-address"))));
     // An HttpBridge reads a stream's second address as the Content-Type of its POSTs.
-    if (call.line.has(QStringLiteral("--content-type"))) {
-        if (!call.line.has(QStringLiteral("--stream"))) {
-            err(QStringLiteral("--content-type goes with --stream and --stream-address"));
-            return false;
-        }
+    if (call.line.has(QStringLiteral("--content-type")))
         config.GetDataStream().first().AppendAddress(call.line.value(QStringLiteral("--content-type")));
-    }
     return true;
 }
 
