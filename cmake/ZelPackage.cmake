@@ -19,6 +19,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ZELConfig.cmake ${PROJECT_BINARY_DIR}/ZELCon
 
 # pkg-config: zel.pc locates its prefix from its own folder, so a moved prefix still works.
 file(RELATIVE_PATH ZEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" ZEL_PC_TO_PREFIX ${ZEL_PC_TO_PREFIX})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # systemd reads units from both /usr/lib and /usr/local/lib.
