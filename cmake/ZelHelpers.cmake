@@ -31,15 +31,9 @@ function(zel_add_sources target)
   target_sources(${target} PRIVATE ${ARGN})
 endfunction()
 
-# zel_add_plugin(NAME SOURCES...): a Qt plug-in file NAME.dll in bin/, beside zelhost.
-function(zel_add_plugin name)
-  add_library(${name} MODULE ${ARGN})
-  target_link_libraries(${name} PRIVATE ZEL)
-  set_target_properties(${name} PROPERTIES
-    PREFIX "" SUFFIX ".dll" AUTOMOC ON
-    LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
-  zel_warnings(${name})
-endfunction()
+# In the tree plug-ins land in bin/, beside zelhost and the tests that load them.
+set(ZEL_PLUGIN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+include(ZelPlugin)
 
 # zel_add_test(NAME SOURCES... [TIMEOUT s] [LIBS ...]): one GoogleTest executable, one CTest.
 function(zel_add_test name)

@@ -10,8 +10,38 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zel ${PROJECT_BINARY_DIR}/includ
 install(EXPORT ZELTargets NAMESPACE ZEL:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ZEL)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZELConfig.cmake.in
-  ${PROJECT_BINARY_DIR}/ZELConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ZEL)
+  ${PROJECT_BINARY_DIR}/ZELConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ZEL
+  PATH_VARS ZEL_PLUGIN_INSTALL_DIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/ZELConfig.cmake ${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ZEL)
+  ${PROJECT_SOURCE_DIR}/cmake/ZelPlugin.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ZEL)
+
+# pkg-config: zel.pc locates its prefix from its own folder, so a moved prefix still works.
+file(RELATIVE_PATH ZEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" ZEL_PC_TO_PREFIX ${ZEL_PC_TO_PREFIX})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# systemd reads units from both /usr/lib and /usr/local/lib.
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelhost@.service DESTINATION lib/systemd/system)
+
+# Installing and packaging take the tree as built (make build first): without the check of every
+# target's AUTOMOC state, cpack takes seconds, not a minute.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+
+# cpack -G DEB: one package with the library, headers, tools and the demo plug-in. Its Depends are
+# worked out by dpkg-shlibdeps from what the binaries link.
+set(CPACK_PACKAGE_NAME zel)
+set(CPACK_PACKAGE_VENDOR "ZEL")
+set(CPACK_PACKAGE_CONTACT "ZEL maintainers <zel@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Data-stream processing over ZeroMQ with Qt plug-ins")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+# Debian ships binaries without their debug information.
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
+# Building plug-ins against the headers needs these.
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "qtbase5-dev, libzmq3-dev, cppzmq-dev, cmake")
+include(CPack)

@@ -4,10 +4,11 @@
 #include <zel/processorbase.h>
 #include <zel/processorinfo.h>
 
+#include "pluginfolders.h"
 #include "trace.h"
 
-#include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QPluginLoader>
 
 namespace zel {
@@ -15,10 +16,7 @@ namespace zel {
 namespace {
 
 // Plug-in files carry this name on every platform; Qt loads an ELF library under it just as well.
-QString pluginFilePath(QString const& name)
-{
-    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("%1.dll").arg(name));
-}
+QString pluginFileName(QString const& name) { return QStringLiteral("%1.dll").arg(name); }
 
 } // namespace
 
@@ -80,7 +78,23 @@ Plugin* PluginManager::findPlugin(QString name) const
 
 Plugin* PluginManager::loadPlugin(QString const& name) const
 {
-    QPluginLoader loader(pluginFilePath(name));
+    // The first folder that holds the file wins, as on a PATH: a file that fails to load there is
+    // reported, not passed over for another copy further down.
+    QStringList const folders = pluginFolders();
+    QString path;
+    for (QString const& folder : folders) {
+        QString const candidate = QDir(folder).absoluteFilePath(pluginFileName(name));
+        if (QFileInfo::exists(candidate)) {
+            path = candidate;
+            break;
+        }
+    }
+    if (path.isEmpty()) {
+        ZEL_TRACE_FAILURE(QStringLiteral("Could not load plugin: %1 is in none of %2")
+                              .arg(pluginFileName(name), folders.join(QStringLiteral(", "))));
+        return nullptr;
+    }
+    QPluginLoader loader(path);
     QObject* instance = loader.instance();
     auto* plugin = instance ? reinterpret_cast<Plugin*>(instance->qt_metacast(ZEL_PLUGIN_IID)) : nullptr;
     if (!plugin) {

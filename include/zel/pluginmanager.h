@@ -16,7 +16,8 @@ struct ProcessorInfo;
 // Finds or loads the plug-in for a processor type and asks it for a processor. Shared by all
 // groups: any thread may call it; a mutex guards the list, which loads extend. A type is bare
 // ("Relay": the first plug-in listing it) or dotted ("demo.Relay": the plug-in named demo, loaded
-// from demo.dll beside the application when not known yet).
+// from demo.dll when not known yet: beside the application first, then in each folder of
+// ZEL_PLUGIN_PATH, then in the installed plug-in folder).
 class ZEL_EXPORT PluginManager
 {
 public:

@@ -10,12 +10,16 @@
 #include <zel/pluginmanager.h>
 #include <zel/processorinfo.h>
 
+#include <QCoreApplication>
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -451,4 +455,31 @@ TEST(PluginManagerTest, LoadsFilesByDottedTypeAndTracesEachMissingOne)
     EXPECT_EQ(alias->getName(), QStringLiteral("notalias"));
     EXPECT_EQ(manager.getPlugin(QStringLiteral("aliasplugin.Store")), alias);
     EXPECT_EQ(manager.getPlugins().size(), 4);
+}
+
+TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInstalledFolder)
+{
+    QString const farFolder = QStringLiteral(ZEL_FAR_PLUGIN_DIR);
+    // ZEL_PLUGIN_PATH, the type, the name of the plug-in found (empty: none).
+    std::tuple<QString, QString, QString> const cases[] = {
+        { "/nonexistent", "farplugin.Store", "" },
+        { "/nonexistent" + QString(QDir::listSeparator()) + farFolder, "farplugin.Store", "farplugin" },
+        { farFolder, "storeplugin.Store", "storeplugin" }, // bin/'s copy, not far's "shadowed"
+        { "", "libdirplugin.Store", "libdirplugin" },
+    };
+    for (auto const& [pluginPath, type, loaded] : cases) {
+        SCOPED_TRACE(type.toStdString() + " with ZEL_PLUGIN_PATH=" + pluginPath.toStdString());
+        qputenv("ZEL_PLUGIN_PATH", pluginPath.toLocal8Bit());
+        zel::PluginManager manager;
+        zeltest::TraceCapture traces;
+        zel::Plugin* const plugin = manager.getPlugin(type);
+        EXPECT_EQ(plugin ? plugin->getName() : QString(), loaded);
+        if (!loaded.isEmpty())
+            continue;
+        ASSERT_EQ(traces.count(), 1);
+        for (QString const& folder :
+            { QCoreApplication::applicationDirPath(), pluginPath, QStringLiteral("/zel/plugins") })
+            EXPECT_TRUE(traces.texts().first().contains(folder)) << traces.texts().first().toStdString();
+    }
+    qunsetenv("ZEL_PLUGIN_PATH");
 }

@@ -1,13 +1,10 @@
-# cmake -P: install the build tree, configure, build and run the consumer against the install.
+# cmake -P: install the build tree, configure, build and run the consumer and its plug-in against
+# the install.
 file(REMOVE_RECURSE ${WORK_DIR})
-function(step)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE out)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "failed: ${ARGN}\n${out}")
-  endif()
-  message(STATUS "${out}")
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/step.cmake)
 step(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
 step(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
 step(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 step(${WORK_DIR}/build/zelconsumer)
+step(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${WORK_DIR}/prefix/lib/pkgconfig pkg-config --cflags --libs zel)
+step(bash ${CMAKE_CURRENT_LIST_DIR}/hostplugin.sh ${WORK_DIR}/prefix ${WORK_DIR}/build)

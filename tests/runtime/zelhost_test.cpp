@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <zel/version.h>
+
 #include <QProcessEnvironment>
 #include <QTcpSocket>
 
@@ -90,4 +92,24 @@ TEST(Zelhost, UnreadableTraceFlagsKeepTheDefaultAndAFloodIsFolded)
     ASSERT_GE(flood.size(), 2) << qPrintable(lines.join('\n'));
     EXPECT_LT(flood.size(), 10);
     EXPECT_TRUE(flood.last().startsWith(flood.first() + " (repeated ")) << qPrintable(flood.last());
+}
+
+TEST(Zelhost, ToolsExplainThemselvesAndExitZero)
+{
+    std::pair<QStringList, QStringList> const cases[] = {
+        { { "zelhost", "--help" },
+            { "usage: zelhost", "ZEL_CONFIG_DIR", "EnvironmentAddress", "ZEL_TRACE_FLAGS", "ZEL_PLUGIN_PATH" } },
+        { { "zelhost", "--version" }, { "zelhost " ZEL_VERSION_STRING "\n" } },
+        { { "zelctl", "--version" }, { "zelctl " ZEL_VERSION_STRING "\n" } },
+        { { "zelsink", "--help" }, { "usage: zelsink" } },
+    };
+    for (auto const& [command, expected] : cases) {
+        QProcess tool;
+        tool.start(QStringLiteral(ZEL_BIN_DIR "/") + command.first(), command.mid(1));
+        ASSERT_TRUE(tool.waitForFinished(10000)) << command.join(' ').toStdString();
+        EXPECT_EQ(tool.exitCode(), 0) << command.join(' ').toStdString();
+        QString const out = QString::fromUtf8(tool.readAllStandardOutput());
+        for (QString const& text : expected)
+            EXPECT_TRUE(out.contains(text)) << command.join(' ').toStdString() << ": " << out.toStdString();
+    }
 }

@@ -78,6 +78,7 @@ TEST(Zelctl, MistakesExitTwoAndSilenceExitsThree)
         { { "create", "g", "p", "demo.Relay", "--config", writeFile(dir, "bad.xml", "<not a record") },
             "is not a processor configuration" },
         { { "create", "g", "p", "demo.Relay", "--stream", "s" }, "--stream and --stream-address go together" },
+        { { "create", "g", "p", "HttpBridge", "--content-type", "text/plain" }, "--content-type goes with --stream" },
     };
     for (auto const& [arguments, error] : cases) {
         Result const r = zelctl(arguments, nobody);
@@ -156,6 +157,10 @@ TEST_F(ZelctlAgainstZelhost, EveryCommandDrivesAPipeline)
     ok({ "create", "pipe", "counter", "demo.Counter", "--config",
         writeFile(dir, "counter.xml", config.GetXmlString()) });
     EXPECT_THAT(ok({ "processors", "pipe" }), UnorderedElementsAre("gen", "counter"));
+    ok({ "create", "pipe", "web", "HttpBridge", "--stream", "numbers", "--stream-address", "http://127.0.0.1:9/in",
+        "--content-type", "text/plain" });
+    EXPECT_EQ(ok({ "streams", "pipe", "web" }), QStringList { "numbers  http://127.0.0.1:9/in text/plain" });
+    ok({ "delete", "pipe", "web" });
     EXPECT_THAT(ok({ "streams", "pipe", "counter" }).value(0).toStdString(),
         StartsWith("counted  inproc://zelctl-counted tcp://127.0.0.1:"));
 

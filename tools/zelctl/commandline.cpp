@@ -6,9 +6,9 @@ namespace {
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
     QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
-    QStringLiteral("--format") };
+    QStringLiteral("--format"), QStringLiteral("--content-type") };
 QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
-    QStringLiteral("-h"), QStringLiteral("--rate") };
+    QStringLiteral("-h"), QStringLiteral("--rate"), QStringLiteral("--version") };
 
 } // namespace
 

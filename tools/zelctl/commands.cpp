@@ -64,6 +64,10 @@ bool readFile(QString const& path, QString& text)
 // The configuration of a new processor: an XML file, or one stream with one address.
 bool processorConfig(Invocation& call, zelmsg::Processor& config)
 {
+    if (call.line.has(QStringLiteral("--content-type")) && !call.line.has(QStringLiteral("--stream"))) {
+        err(QStringLiteral("--content-type goes with --stream and --stream-address"));
+        return false;
+    }
     if (call.line.has(QStringLiteral("--config"))) {
         QString text;
         if (!readFile(call.line.value(QStringLiteral("--config")), text)) {
@@ -83,6 +87,9 @@ bool processorConfig(Invocation& call, zelmsg::Processor& config)
     if (call.line.has(QStringLiteral("--stream")))
         config = ControlMessageHelper::makeProcessorConfig(utf8(call.line.value(QStringLiteral("--stream"))),
             utf8(call.line.value(QStringLiteral("--stream-address"))));
+    // An HttpBridge reads a stream's second address as the Content-Type of its POSTs.
+    if (call.line.has(QStringLiteral("--content-type")))
+        config.GetDataStream().first().AppendAddress(call.line.value(QStringLiteral("--content-type")));
     return true;
 }
 
@@ -200,7 +207,8 @@ std::vector<Command> makeCommands()
         { "create", "GROUP PROCESSOR TYPE", "create a processor",
             "The configuration comes from --config FILE (a Processor record as XML), or is one output stream\n"
             "given by --stream NAME --stream-address ADDRESS (e.g. tcp://127.0.0.1:*). TYPE is bare (HttpBridge)\n"
-            "or names the plug-in (demo.Generator).",
+            "or names the plug-in (demo.Generator). For an HttpBridge the stream is the message type it posts,\n"
+            "the address the URL, and --content-type TYPE its Content-Type (default application/octet-stream).",
             3, 3,
             [](Invocation& c) {
                 zelmsg::Processor config;

@@ -7,6 +7,7 @@
 #include "controlclient.h"
 
 #include <zel/endpoints.h>
+#include <zel/version.h>
 
 #include <QCoreApplication>
 
@@ -16,7 +17,8 @@ namespace {
 
 void printHelp()
 {
-    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] [--force] COMMAND [ARGS]\n\n"
+    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] [--force] COMMAND [ARGS]\n"
+                "       zelctl --help | --version\n\n"
                 "Drives a running ZEL through its frontend address (default: $ZEL_ADDRESS).\n"
                 "--timeout is in milliseconds (default 4000); --xml prints the whole reply record;\n"
                 "--force sends what zelctl would refuse (a malformed address, a clashing name).\n\n"
@@ -55,6 +57,10 @@ int main(int argc, char** argv)
     CommandLine const line = CommandLine::parse(app.arguments().mid(1));
     if (!line.error.isEmpty())
         return usageError(line.error);
+    if (line.has(QStringLiteral("--version"))) {
+        std::printf("zelctl %s\n", ZEL_VERSION_STRING);
+        return ExitSuccess;
+    }
     if (line.words.isEmpty()) {
         printHelp();
         return line.has(QStringLiteral("--help")) ? ExitSuccess : ExitUsage;

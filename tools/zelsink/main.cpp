@@ -17,6 +17,13 @@ QByteArray firstBytes(QByteArray const& body) { return body.left(16).toHex(' ') 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    if (app.arguments().contains(QStringLiteral("--help")) || app.arguments().contains(QStringLiteral("-h"))) {
+        std::printf("usage: zelsink [PORT]\n\n"
+                    "An HTTP server on 127.0.0.1:PORT (default: a free port) that takes POSTs, as an HttpBridge\n"
+                    "sends them, and prints once a second how many arrived, their content type and the first\n"
+                    "bytes of the last one. Point a bridge's stream at the URL it prints.\n");
+        return 0;
+    }
     HttpSink sink;
     quint16 const port = app.arguments().size() > 1 ? app.arguments()[1].toUShort() : 0;
     if (!sink.listen(port)) {

@@ -1,0 +1,80 @@
+"""The Python client against a real zelhost (ZELHOST names the binary) on a free loopback port."""
+
+import os
+import socket
+import subprocess
+import tempfile
+import time
+
+import pytest
+
+from zelclient import Stream, ZelClient, ZelError, decode, encode, group_identity, manager_identity
+
+
+@pytest.fixture(scope="module")
+def zel():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        address = "tcp://127.0.0.1:%d" % probe.getsockname()[1]
+    with tempfile.TemporaryDirectory() as folder:
+        with open(os.path.join(folder, "pytest.ini"), "w") as ini:
+            ini.write("EnvironmentAddress=%s\n" % address)
+        env = dict(os.environ, ZEL_CONFIG_DIR=folder)
+        host = subprocess.Popen([os.environ["ZELHOST"], "pytest"], env=env, stdout=subprocess.PIPE, text=True)
+        try:
+            assert host.stdout.readline().strip() == "zelhost: ready at " + address
+            with ZelClient(address) as client:
+                yield client
+        finally:
+            host.terminate()
+            assert host.wait(10) == 0
+
+
+def test_groups_are_made_listed_and_deleted_with_the_services_error_texts(zel):
+    assert zel.groups() == []
+    for name in ("b", "a", "B"):
+        zel.create_group(name)
+    assert zel.groups() == ["B", "a", "b"]
+    with pytest.raises(ZelError, match="A group with the name 'a' already exists."):
+        zel.create_group("a")
+    for name in ("a", "b", "B"):
+        zel.delete_group(name)
+    with pytest.raises(ZelError, match="A group with the name 'a' does not exists.") as failure:
+        zel.delete_group("a")
+    assert failure.value.reply["GroupName"] == "a", "the reply is the request with the result written in"
+    reply = zel.request(manager_identity(), "Create")
+    assert (reply["ResultType"], reply["MessageText"]) == ("Error", "Unknown message type")
+    # The router drops what it cannot deliver: a short wait stands for "no answer ever".
+    with pytest.raises(TimeoutError):
+        zel.exchange(group_identity("nosuchgroup"), encode("QueryProcessors"), timeout_ms=300)
+    assert zel.groups() == [], "a new socket after the time-out"
+
+
+def test_a_bridge_and_the_name_service_answer_through_the_router(zel):
+    zel.create_group("g")
+    target = Stream("numbers", ["http://127.0.0.1:9/in", "text/plain"])
+    zel.create("g", "bridge", "HttpBridge", streams=[target])
+    with pytest.raises(ZelError, match="Processor name 'two words' is not allowed."):
+        zel.create("g", "two words", "HttpBridge")
+    assert zel.processors("g") == ["bridge"]
+    assert [(s.name, s.addresses) for s in zel.streams("g", "bridge")] == [("numbers", target.addresses)]
+    zel.connect("g", "bridge", "numbers", "tcp://127.0.0.1:9", filters=["a", "b"])
+    assert [(s.address, s.filters) for s in zel.sources("g", "bridge")] == [("tcp://127.0.0.1:9", ["a", "b"])]
+    with pytest.raises(ZelError, match="Cannot get parameter: rate"):
+        zel.get_parameter("g", "bridge", "rate")
+
+    zel.register_stream("g", "s", "p", ["tcp://127.0.0.1:1", "inproc://x"])
+    assert zel.resolve_stream("g", "s") == ("p", ["tcp://127.0.0.1:1", "inproc://x"])
+    zel.deregister_stream("g", "s")
+    with pytest.raises(ZelError, match="Error: 's' does not exist"):
+        zel.resolve_stream("g", "s")
+    zel.delete_group("g")
+
+
+def test_records_keep_every_field_through_encode_and_decode():
+    stream = Stream("out", ["a1", "a2"], protocol="PUB", running=False)
+    record = decode(encode("Create", processor={"ID": "p", "ProcessorType": "t", "streams": [stream]},
+                           StreamAddresses=["x", ""], MessageFilter=["f"], ParameterName="", ResultType="Warning"))
+    assert record["Processor"]["streams"] == [stream]
+    assert (record["StreamAddresses"], record["MessageFilter"]) == (["x", ""], ["f"])
+    assert (record["ParameterName"], record["ResultType"]) == ("", "Warning")

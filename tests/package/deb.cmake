@@ -1,0 +1,23 @@
+# cmake -P: cpack -G DEB from the build tree; the package holds the library, headers, tools and the
+# demo plug-in, and depends on the Debian packages of what ZEL links.
+include(${CMAKE_CURRENT_LIST_DIR}/step.cmake)
+file(REMOVE_RECURSE ${WORK_DIR})
+step(${CPACK} -G DEB --config ${BUILD_DIR}/CPackConfig.cmake -B ${WORK_DIR})
+file(GLOB deb ${WORK_DIR}/*.deb)
+step(dpkg-deb --contents ${deb})
+set(contents "${step_output}")
+step(dpkg-deb --field ${deb} Depends)
+set(depends "${step_output}")
+foreach(expected ./usr/lib/libZEL.so ./usr/lib/libZELHostFramework.so ./usr/include/zel/environment.h
+    ./usr/include/zel/version.h ./usr/bin/zelhost ./usr/bin/zelctl ./usr/bin/zelsink ./usr/lib/zel/plugins/demo.dll
+    ./usr/lib/pkgconfig/zel.pc ./usr/lib/cmake/ZEL/ZelPlugin.cmake ./usr/lib/systemd/system/zelhost@.service)
+  string(FIND "${contents}" " ${expected}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "the package lacks ${expected}")
+  endif()
+endforeach()
+foreach(expected libqt5core5a libqt5network5 libzmq5)
+  if(NOT depends MATCHES "(^|, )${expected}")
+    message(FATAL_ERROR "Depends lacks ${expected}: ${depends}")
+  endif()
+endforeach()
