@@ -168,13 +168,6 @@ std::shared_ptr<Journal> LabPlugin::prepare(std::string const& name, Behaviour b
     return journal;
 }
 
-std::shared_ptr<Journal> LabPlugin::journal(std::string const& name) const
-{
-    std::lock_guard<std::mutex> lock(mutex);
-    auto const it = made.find(name);
-    return it == made.end() ? nullptr : it->second;
-}
-
 QString LabPlugin::getName() const { return QStringLiteral("lab"); }
 
 QStringList LabPlugin::getProcessorTypes() const { return { QStringLiteral("Recorder") }; }
@@ -193,7 +186,6 @@ zel::ProcessorBase* LabPlugin::createProcessor(zel::ProcessorInfo const& info)
             std::tie(behaviour, journal) = it->second;
             prepared.erase(it);
         }
-        made[info.processorName] = journal;
     }
     return new Recorder(info, std::move(behaviour), std::move(journal));
 }

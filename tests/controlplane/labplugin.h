@@ -53,8 +53,6 @@ class LabPlugin : public zel::Plugin
 public:
     // Behaviour of the next processor made under `name`; its journal.
     std::shared_ptr<Journal> prepare(std::string const& name, Behaviour behaviour);
-    // The journal of the last processor made under `name`; null when none was.
-    std::shared_ptr<Journal> journal(std::string const& name) const;
 
     QString getName() const override;
     QStringList getProcessorTypes() const override;
@@ -63,7 +61,6 @@ public:
 private:
     mutable std::mutex mutex; // groups make processors on their own threads
     std::map<std::string, std::pair<Behaviour, std::shared_ptr<Journal>>> prepared;
-    std::map<std::string, std::shared_ptr<Journal>> made;
 };
 
 } // namespace cptest

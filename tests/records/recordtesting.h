@@ -16,7 +16,6 @@ using RECORDMODEL::IncompleteDefinitionException;
 using RECORDMODEL::InvalidXmlException;
 using RECORDMODEL::OutOfRangeException;
 using RECORDMODEL::RecordException;
-using RECORDMODEL::RMException;
 using zelmsg::ControlMessage;
 using zelmsg::DataSource;
 using zelmsg::DataStream;
