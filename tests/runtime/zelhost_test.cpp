@@ -9,7 +9,6 @@
 #include <zel/version.h>
 
 #include <QProcessEnvironment>
-#include <QTcpSocket>
 
 #include <csignal>
 
@@ -17,17 +16,11 @@ using zeltest::ZelhostProcess;
 
 TEST(Zelhost, ReadyAtTheConfiguredAddressThenSigtermExitsZero)
 {
-    int const port = zeltest::freeLoopbackPort();
-    QString const address = QStringLiteral("tcp://127.0.0.1:%1").arg(port);
+    QString const address = QStringLiteral("tcp://127.0.0.1:%1").arg(zeltest::freeLoopbackPort());
     ZelhostProcess host(QStringLiteral("EnvironmentAddress=%1\n").arg(address));
     ASSERT_TRUE(host.start()) << "cannot run " ZEL_BIN_DIR "/zelhost";
     ASSERT_EQ(host.waitForFirstLine(), QStringLiteral("zelhost: ready at ") + address)
         << qPrintable(host.standardError());
-
-    QTcpSocket probe;
-    probe.connectToHost(QStringLiteral("127.0.0.1"), static_cast<quint16>(port));
-    EXPECT_TRUE(probe.waitForConnected(10000)) << "the router's frontend listens there";
-    probe.abort();
 
     host.sendSignal(SIGTERM);
     ASSERT_TRUE(host.waitForExit());
