@@ -30,10 +30,7 @@ QString streamXml(char const* children)
 
 TEST(RecordXml, CreateMessageReadsAndWritesTheSameTree)
 {
-    auto const message = read<ControlMessage>(createXml);
-    EXPECT_EQ(message.GetProcessor().GetDataSource().at(0).GetFilter().size(), 2);
-    EXPECT_FALSE(message.GetProcessor().GetDataStream().at(0).GetRunning());
-    EXPECT_EQ(message.GetXmlString().toStdString(), createXml.toStdString());
+    EXPECT_EQ(read<ControlMessage>(createXml).GetXmlString().toStdString(), createXml.toStdString());
 }
 
 TEST(RecordXml, ChildrenInAnyOrderRepeatedOrUnknown)
