@@ -47,10 +47,15 @@ function(zel_add_test name)
   zel_warnings(${name})
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT})
-  # libzmq and Qt are not built with the thread sanitizer: their inner synchronisation is invisible
-  # to it. Races between accesses in our own code are still reported.
+  zel_sanitizer_environment(${name})
+endfunction()
+
+# zel_sanitizer_environment(TEST): what every test needs under the sanitizers. libzmq and Qt are not
+# built with the thread sanitizer: their inner synchronisation is invisible to it. Races between
+# accesses in our own code are still reported.
+function(zel_sanitizer_environment test)
   if(ZEL_SANITIZE MATCHES "thread")
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
+    set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
   endif()
 endfunction()
 

@@ -221,7 +221,8 @@ TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
     EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gainful", "2"))), "Success: 2");
     EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gai", "0"))), "Success: 0");
     EXPECT_TRUE(ga->waitForCall("set gai=0"));
-    // A round trip to each: whatever the group broadcast before it has been served.
+    // Broadcasts and requests reach a processor by different sockets: wait for the broadcast first.
+    EXPECT_TRUE(gain->waitForCall("set gainful=2"));
     for (std::string const processor : { "gain", "offset" })
         EXPECT_EQ(ask(processor, Helper::makeGetParameterListMessage()).substr(0, 7), "Success") << processor;
 
