@@ -2,6 +2,7 @@
 
 #include "support/controlclient.h"
 #include "support/polling.h"
+#include "support/printers.h"
 #include "support/rawpeers.h"
 
 #include <zel/controlmessagehelper.h>
@@ -20,9 +21,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-// Readable QStrings in failure messages.
-inline void PrintTo(QString const& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
 namespace brtest {
 

@@ -1,5 +1,6 @@
 #include "support/controlclient.h"
 #include "support/polling.h"
+#include "support/printers.h"
 #include "support/rawpeers.h"
 
 #include <zel/controlmessagehelper.h>
@@ -15,9 +16,6 @@
 #include <ostream>
 #include <string>
 #include <vector>
-
-// Readable QStrings in failure messages.
-static void PrintTo(QString const& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
 namespace {
 

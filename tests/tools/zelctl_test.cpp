@@ -1,4 +1,5 @@
 #include "support/polling.h"
+#include "support/printers.h"
 #include "support/rawpeers.h"
 #include "support/zelctlrun.h"
 #include "support/zelhostprocess.h"
@@ -19,9 +20,6 @@
 #include <csignal>
 #include <memory>
 #include <ostream>
-
-// Readable QStrings in failure messages.
-static void PrintTo(QString const& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
 using testing::HasSubstr;
 using testing::StartsWith;
