@@ -43,7 +43,7 @@ using Helper = zel::ControlMessageHelper;
 using namespace std::chrono_literals;
 
 constexpr auto window = 100ms;
-constexpr int windows = 10;
+constexpr int windows = 20;
 std::string const streamType = "numbers";
 
 enum class Transport { Inproc, Tcp };

@@ -4,24 +4,18 @@
 
 namespace zel {
 
-void sendFrame(zmq::socket_t& socket, void const* data, size_t size, int flags)
+namespace {
+
+// The count sent, or none for "would block", which a blocking send meets only through a send
+// time-out or a full queue that must not drop.
+zmq::send_result_t send(zmq::socket_t& socket, void const* data, size_t size, int flags)
 {
     try {
-        zmq::send_result_t const sent = socket.send(zmq::const_buffer(data, size), static_cast<zmq::send_flags>(flags));
-        // "Would block" comes back as no count; an empty frame then still counts as sent.
-        if (sent.value_or(0) != size)
-            throw SocketError("send() failed");
+        return socket.send(zmq::const_buffer(data, size), static_cast<zmq::send_flags>(flags));
     } catch (zmq::error_t const& e) {
         throw SocketError(e.what());
     }
 }
-
-void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags)
-{
-    sendFrame(socket, bytes.constData(), static_cast<size_t>(bytes.size()), flags);
-}
-
-namespace {
 
 // False for "would block", which a blocking receive meets only through a receive time-out.
 bool receive(zmq::socket_t& socket, zmq::message_t& frame, int flags)
@@ -35,6 +29,23 @@ bool receive(zmq::socket_t& socket, zmq::message_t& frame, int flags)
 }
 
 } // namespace
+
+void sendFrame(zmq::socket_t& socket, void const* data, size_t size, int flags)
+{
+    // "Would block" counts as nothing sent, so an empty frame then still counts as sent.
+    if (send(socket, data, size, flags).value_or(0) != size)
+        throw SocketError("send() failed");
+}
+
+void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags)
+{
+    sendFrame(socket, bytes.constData(), static_cast<size_t>(bytes.size()), flags);
+}
+
+bool sendFrameIfRoom(zmq::socket_t& socket, QByteArray const& bytes, int flags)
+{
+    return send(socket, bytes.constData(), static_cast<size_t>(bytes.size()), flags | ZMQ_DONTWAIT).has_value();
+}
 
 void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame)
 {

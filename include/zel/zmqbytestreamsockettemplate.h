@@ -59,6 +59,18 @@ public:
         sendFrame(s, message.type, ZMQ_SNDMORE);
         sendFrame(s, message.data, 0);
     }
+
+    // Never blocks: false, and nothing sent, when the socket would have to wait for room (a PUB
+    // that must not drop, at a subscriber's high-water mark). Room is checked per message, so once
+    // the type frame is taken the data frame is too.
+    bool trySendMessage(ByteStreamMessage const& message)
+    {
+        auto& s = *this->socket;
+        if (!sendFrameIfRoom(s, message.type, ZMQ_SNDMORE))
+            return false;
+        sendFrame(s, message.data, 0);
+        return true;
+    }
 };
 
 using ZmqByteStreamInSocket = ZmqByteStreamInSocketTemplate<ST>;

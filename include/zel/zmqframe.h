@@ -15,6 +15,8 @@ namespace zel {
 // Sends one frame; flags is ZMQ_SNDMORE for all but the last frame.
 ZEL_EXPORT void sendFrame(zmq::socket_t& socket, void const* data, size_t size, int flags);
 ZEL_EXPORT void sendFrame(zmq::socket_t& socket, QByteArray const& bytes, int flags);
+// The same without blocking: false, and nothing sent, when the socket has no room for it.
+ZEL_EXPORT bool sendFrameIfRoom(zmq::socket_t& socket, QByteArray const& bytes, int flags);
 // Receives one frame into the caller's frame object.
 ZEL_EXPORT void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame);
 // The same without blocking: false when no frame is waiting.

@@ -49,6 +49,15 @@ void Generator::schedule()
     enableIdleProcessing(rate == 0 ? 0 : static_cast<int>(std::clamp<std::uint64_t>(1000 / rate, 1, 20)));
 }
 
+bool Generator::sendNext()
+{
+    writeSequence(outgoing.data, sent);
+    if (!outputWrapper->trySendMessage(outgoing))
+        return false;
+    ++sent;
+    return true;
+}
+
 std::uint64_t Generator::due() const
 {
     std::uint64_t const burst
@@ -64,13 +73,21 @@ void Generator::doIdleProcessing()
     std::uint64_t n = due();
     if (count > 0)
         n = std::min(n, count - sent);
-    for (std::uint64_t i = 0; i < n; ++i) {
-        writeSequence(outgoing.data, sent++);
-        outputWrapper->sendMessage(outgoing);
-    }
-    sentSincePacing += n;
+    std::uint64_t done = 0;
+    while (done < n && sendNext())
+        ++done;
+    sentSincePacing += done;
     if (finished())
-        disableIdleProcessing();
+        return disableIdleProcessing();
+    // Only a lossless stream refuses a message: its slowest subscriber is full. Spinning on that
+    // would take the processor a subscriber needs, so wait a millisecond (a fraction of what the
+    // queues hold) while the subscribers catch up.
+    bool const full = done < n;
+    if (full && !waitingForRoom)
+        enableIdleProcessing(1);
+    else if (!full && waitingForRoom)
+        schedule();
+    waitingForRoom = full;
 }
 
 bool Generator::start(QString const& streamName)
@@ -96,6 +113,8 @@ bool Generator::setParameter(QString const& name, QString const& value)
         rate = number;
     else if (name == QLatin1String("count") && parseCount(value, number))
         count = number;
+    else if (name == QLatin1String("lossless") && parseCount(value, number) && number <= 1)
+        setLossless(number == 1);
     else if (name == QLatin1String("size") && parseCount(value, number) && number >= sequenceSize
         && number <= (64u << 20))
         outgoing.data = makePattern(static_cast<int>(number));
@@ -103,6 +122,12 @@ bool Generator::setParameter(QString const& name, QString const& value)
         return false;
     schedule();
     return true;
+}
+
+void Generator::setLossless(bool on)
+{
+    lossless = on;
+    outputSocket->set(zmq::sockopt::xpub_nodrop, on ? 1 : 0);
 }
 
 bool Generator::getParameter(QString const& name, QString& value)
@@ -117,6 +142,8 @@ bool Generator::getParameter(QString const& name, QString& value)
         value = QString::number(count);
     else if (name == QLatin1String("sent"))
         value = QString::number(sent);
+    else if (name == QLatin1String("lossless"))
+        value = QString::number(lossless ? 1 : 0);
     else
         return false;
     return true;
@@ -125,7 +152,7 @@ bool Generator::getParameter(QString const& name, QString& value)
 bool Generator::getParameterList(QStringList& names)
 {
     names << QStringLiteral("rate") << QStringLiteral("size") << QStringLiteral("type") << QStringLiteral("count")
-          << QStringLiteral("sent");
+          << QStringLiteral("sent") << QStringLiteral("lossless");
     return true;
 }
 
