@@ -2,7 +2,6 @@
 #include "support/rawpeers.h"
 #include "support/tracecapture.h"
 
-#include <zel/endpoints.h>
 #include <zel/router.h>
 #include <zel/zmqcontrollablethread.h>
 
@@ -52,12 +51,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(RouterTest, ForwardsARequestToItsServiceAndTheReplyBack)
-{
-    EXPECT_TRUE(zeltest::roundTrip(*frontendAddress, zel::Endpoints::getGroupEndpoint("g1", "inproc://zel")));
-    EXPECT_EQ(traces.count(), 0);
-}
 
 TEST_F(RouterTest, AbsentDestinationIsTracedOnceAndTheNextMessagePasses)
 {

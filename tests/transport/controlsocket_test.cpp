@@ -1,15 +1,20 @@
 #include "support/rawpeers.h"
 
+#include <zel/routermessage.h>
 #include <zel/socketerror.h>
 #include <zel/zmqbytestreamsockettemplate.h>
 #include <zel/zmqcontrolsockettemplate.h>
+#include <zel/zmqframe.h>
+#include <zel/zmqroutersockettemplate.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <stdexcept>
 
 using zeltest::Frames;
+using zeltest::withNul;
 using namespace std::string_literals;
 
 namespace {
@@ -17,6 +22,24 @@ namespace {
 using ControlSocket = zel::ZmqControlSocketTemplate<zel::ST>;
 
 QByteArray bytes(std::string const& text) { return QByteArray(text.data(), static_cast<int>(text.size())); }
+
+std::string failure(std::function<void()> const& action)
+{
+    try {
+        action();
+    } catch (zel::SocketError const& e) {
+        return e.what();
+    }
+    return "no failure";
+}
+
+// The receive templates block: make sure something is there first.
+void awaitMessage(zmq::socket_t& socket)
+{
+    zmq::pollitem_t item { socket.handle(), 0, ZMQ_POLLIN, 0 };
+    if (zmq::poll(&item, 1, zeltest::defaultDeadline) != 1)
+        throw std::runtime_error("no message within the deadline");
+}
 
 // A wrapped DEALER and a raw DEALER peer: DEALERs pass frames through untouched, so the peer sees
 // exactly the frames the wrapper writes.
@@ -31,29 +54,16 @@ protected:
         peer.connect(address);
     }
 
-    // The receive templates block: make sure something is there first.
-    void awaitMessage()
-    {
-        zmq::pollitem_t item { wrapped.handle(), 0, ZMQ_POLLIN, 0 };
-        if (zmq::poll(&item, 1, zeltest::defaultDeadline) != 1)
-            throw std::runtime_error("no message within the deadline");
-    }
-
     zel::ControlMessage receive(zel::MessageFormat format, Frames const& frames)
     {
         zeltest::sendFrames(peer, frames);
-        awaitMessage();
+        awaitMessage(wrapped);
         return ControlSocket(wrapped, format).receiveMessage();
     }
 
     std::string receiveFailure(zel::MessageFormat format, Frames const& frames)
     {
-        try {
-            receive(format, frames);
-        } catch (zel::SocketError const& e) {
-            return e.what();
-        }
-        return "no failure";
+        return failure([&] { receive(format, frames); });
     }
 
     zmq::socket_t wrapped = zeltest::makeSocket(zmq::socket_type::dealer);
@@ -121,11 +131,42 @@ TEST_F(WirePair, ByteStreamFrames)
 
     zel::ZmqByteStreamInSocket in(wrapped);
     zeltest::sendFrames(peer, { "lonely" });
-    awaitMessage();
+    awaitMessage(wrapped);
     zel::ByteStreamMessage const single = in.receiveMessage();
     EXPECT_EQ(single.type, "lonely") << "a single frame is the type";
     EXPECT_TRUE(single.data.isEmpty());
     zeltest::sendFrames(peer, { "type", "data" });
-    awaitMessage();
+    awaitMessage(wrapped);
     EXPECT_EQ(in.receiveMessage().data, "data");
+}
+
+TEST(RouterSocket, SurplusFrameIsAnInvalidFormatAndStaysQueued)
+{
+    zmq::socket_t router = zeltest::makeSocket(zmq::socket_type::router);
+    zmq::socket_t peer = zeltest::makeSocket(zmq::socket_type::dealer);
+    router.bind("inproc://controlsocket-test-router");
+    peer.connect("inproc://controlsocket-test-router");
+    zeltest::sendFrames(peer, { "", withNul("dst"), "payload", "surplus" });
+    awaitMessage(router);
+    EXPECT_EQ(
+        failure([&] { zel::ZmqRouterSocketTemplate<zel::ST>(router).receiveMessage(); }), "Invalid message format");
+    zmq::message_t frame;
+    ASSERT_TRUE(router.recv(frame, zmq::recv_flags::dontwait));
+    EXPECT_EQ(frame.to_string(), "surplus");
+    EXPECT_FALSE(frame.more());
+}
+
+TEST(Frames, FailureTexts)
+{
+    // No peer: every send would block, but an empty frame counts as sent.
+    zmq::socket_t lonely = zeltest::makeSocket(zmq::socket_type::dealer);
+    EXPECT_NO_THROW(zel::sendFrame(lonely, nullptr, 0, ZMQ_DONTWAIT));
+    EXPECT_EQ(failure([&] { zel::sendFrame(lonely, QByteArray("x"), ZMQ_DONTWAIT); }), "send() failed");
+
+    zmq::socket_t sub = zeltest::makeSocket(zmq::socket_type::sub);
+    EXPECT_EQ(failure([&] { zel::sendFrame(sub, QByteArray("x"), 0); }), zmq_strerror(ENOTSUP));
+
+    lonely.set(zmq::sockopt::rcvtimeo, 10);
+    zmq::message_t frame;
+    EXPECT_EQ(failure([&] { zel::receiveFrame(lonely, frame); }), "recv() failed");
 }
