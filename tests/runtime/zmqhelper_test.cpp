@@ -30,15 +30,6 @@ int bindError(zmq::socket_t& socket, std::string& address)
 
 } // namespace
 
-TEST(ZmqHelperBind, WildcardPortComesBackConcreteInTheQStringForm)
-{
-    zmq::socket_t other = zeltest::makeSocket(zmq::socket_type::pull);
-    QString qaddress = QStringLiteral("tcp://127.0.0.1:*");
-    ZmqHelper::bindSocket(other, qaddress);
-    EXPECT_TRUE(qaddress.startsWith(QStringLiteral("tcp://127.0.0.1:")));
-    EXPECT_FALSE(qaddress.endsWith(QLatin1Char('*')));
-}
-
 TEST(ZmqHelperBind, AddressInUseIsTriedFiveTimesAndTracedOnce)
 {
     zeltest::TraceCapture traces;
