@@ -1,17 +1,13 @@
 #include "support/rawpeers.h"
 #include "support/tracecapture.h"
 
-#include <zel/environment.h>
 #include <zel/environmentdll.h>
 #include <zel/loadinterface.h>
-#include <zel/threaderror.h>
 
 #include <gtest/gtest.h>
 
 #include <QFile>
 #include <QTemporaryDir>
-
-using namespace std::string_literals;
 
 namespace {
 
@@ -22,15 +18,8 @@ struct InstanceDeleter
     void operator()(zel::IDllInstance* instance) const { HXDestroy(instance); }
 };
 
-// One Environment per process at a time: each test's is gone, sockets and all, before the next.
-class OneEnvironment : public testing::Test
-{
-protected:
-    void TearDown() override { EXPECT_TRUE(zeltest::waitForNoRouter()); }
-};
-
-// Configurations in a folder of their own.
-class ModuleEntry : public OneEnvironment
+// Configurations in a folder of their own; each test leaves no environment behind.
+class ModuleEntry : public testing::Test
 {
 protected:
     ModuleEntry() { qputenv("ZEL_CONFIG_DIR", dir.path().toUtf8()); }
@@ -39,7 +28,7 @@ protected:
     {
         instance.reset();
         qunsetenv("ZEL_CONFIG_DIR");
-        OneEnvironment::TearDown();
+        EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
     void writeConfiguration(QByteArray const& content)
@@ -68,26 +57,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(OneEnvironment, WildcardPortIsReportedAsBoundAndAFailedStartLeavesNoRouter)
-{
-    {
-        zel::Environment environment("tcp://127.0.0.1:*");
-        std::string const address = environment.getRouterFrontendAddress();
-        std::string const host = "tcp://127.0.0.1:";
-        ASSERT_EQ(address.rfind(host, 0), 0u) << address;
-        EXPECT_EQ(address.substr(host.size()).find_first_not_of("0123456789"), std::string::npos) << address;
-        EXPECT_TRUE(zeltest::roundTrip(address, "inproc://zel/g1"));
-    }
-    try {
-        zel::Environment environment("nosuchprotocol://frontend");
-        ADD_FAILURE() << "started";
-    } catch (zel::ThreadError const& e) {
-        EXPECT_EQ(e.what(), "Thread failed: ControllableThread::run() failed: "s + zmq_strerror(EPROTONOSUPPORT));
-    }
-    // Its router had bound the internal endpoint before the frontend failed; it lets it go.
-    EXPECT_TRUE(zeltest::waitForNoRouter());
-}
 
 TEST_F(ModuleEntry, CreateStartsNothingAndWithoutConfigurationNeitherDoesExecute)
 {
