@@ -140,11 +140,7 @@ TEST(RecordSharing, CopiesShareUntilOneSideWrites)
     EXPECT_FALSE(assigned.IsGroupNameSet());
 
     // The logger reaches nested records but is not copied.
-    class NullLogger : public RECORDMODEL::Logger
-    {
-        void Log(QString const&) override { }
-    };
-    auto logger = std::make_shared<NullLogger>();
+    auto logger = std::make_shared<CountingLogger>();
     original.SetLogger(logger);
     EXPECT_EQ(original.GetProcessor().GetLogger(), logger);
     EXPECT_EQ(ControlMessage(original).GetLogger(), nullptr);

@@ -62,6 +62,12 @@ template <class R> void readPositional(R& record, QByteArray const& bytes)
     record.SetVersionSpecificBinaryWithoutValidation(stream);
 }
 
+struct CountingLogger : RECORDMODEL::Logger
+{
+    void Log(QString const&) override { ++lines; }
+    int lines = 0;
+};
+
 inline QByteArray hex(char const* text) { return QByteArray::fromHex(QByteArray(text).replace(' ', "")); }
 
 // Runs `action` and expects exactly exception E with `text`.

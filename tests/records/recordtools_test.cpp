@@ -83,9 +83,6 @@ TEST(ConfigToolResults, WriteResultTypeAndTheirTextOnly)
 
     ConfigTool::setWarningMessage(message, QStringLiteral("careful"));
     EXPECT_EQ(message.GetResultType(), ControlMessage::Warning);
-    ConfigTool::setErrorMessage(message, QStringLiteral("broken"));
-    EXPECT_EQ(message.GetResultType(), ControlMessage::Error);
-    EXPECT_EQ(message.GetMessageText(), QStringLiteral("broken"));
 }
 
 TEST(ControlMessageFactories, EmptyValuesAreSet)

@@ -36,29 +36,28 @@ public:
         return values;
     }
 
+    template <class Set> void maybe(Set set)
+    {
+        if (chance())
+            set();
+    }
+
     template <class R> void addLists(R& record)
     {
         for (int i = below(3); i > 0; --i) {
             DataSource source;
-            if (chance())
-                source.SetProtocol(anyOf<DataSource::Protocol>(4));
-            if (chance())
-                source.SetAddress(text());
-            if (chance())
-                source.SetByteOrder(anyOf<DataSource::ByteOrder>(2));
-            if (chance())
-                source.SetFilter(texts());
+            maybe([&] { source.SetProtocol(anyOf<DataSource::Protocol>(4)); });
+            maybe([&] { source.SetAddress(text()); });
+            maybe([&] { source.SetByteOrder(anyOf<DataSource::ByteOrder>(2)); });
+            maybe([&] { source.SetFilter(texts()); });
             record.AppendDataSource(source);
         }
         for (int i = below(3); i > 0; --i) {
             DataStream stream;
             stream.SetName(text()); // always written, so an unset one would come back set
-            if (chance())
-                stream.SetProtocol(anyOf<DataStream::Protocol>(1));
-            if (chance())
-                stream.SetAddress(texts());
-            if (chance())
-                stream.SetRunning(chance());
+            maybe([&] { stream.SetProtocol(anyOf<DataStream::Protocol>(1)); });
+            maybe([&] { stream.SetAddress(texts()); });
+            maybe([&] { stream.SetRunning(chance()); });
             record.AppendDataStream(stream);
         }
     }
@@ -67,28 +66,22 @@ public:
     {
         ControlMessage message;
         message.SetMessageType(anyOf<ControlMessage::MessageType>(28));
-        if (chance()) {
+        maybe([&] {
             Processor processor;
-            if (chance())
-                processor.SetID(text());
-            if (chance())
-                processor.SetProcessorType(text());
+            maybe([&] { processor.SetID(text()); });
+            maybe([&] { processor.SetProcessorType(text()); });
             addLists(processor);
             message.SetProcessor(processor);
-        }
+        });
         addLists(message);
         for (auto setter :
             { &ControlMessage::SetStreamName, &ControlMessage::SetStreamAddress, &ControlMessage::SetParameterName,
                 &ControlMessage::SetParameter, &ControlMessage::SetGroupName, &ControlMessage::SetProcessorName,
                 &ControlMessage::SetProcessorType, &ControlMessage::SetMessageText })
-            if (chance())
-                (message.*setter)(text());
-        if (chance())
-            message.SetStreamAddresses(texts());
-        if (chance())
-            message.SetMessageFilter(texts());
-        if (chance())
-            message.SetResultType(anyOf<ControlMessage::ResultType>(3));
+            maybe([&] { (message.*setter)(text()); });
+        maybe([&] { message.SetStreamAddresses(texts()); });
+        maybe([&] { message.SetMessageFilter(texts()); });
+        maybe([&] { message.SetResultType(anyOf<ControlMessage::ResultType>(3)); });
         return message;
     }
 

@@ -21,11 +21,6 @@ template <class R> R read(QString const& xml, bool validate = false)
     return record;
 }
 
-QString streamXml(char const* children)
-{
-    return QStringLiteral("<DataStream>%1</DataStream>").arg(QLatin1String(children));
-}
-
 } // namespace
 
 // Compact, without a prolog; one is read.
@@ -52,13 +47,7 @@ TEST(RecordXml, ChildrenInAnyOrderRepeatedOrUnknown)
 
 TEST(RecordXml, TextThatIsNotARecordGivesFalseAndIsLogged)
 {
-    class CollectingLogger : public RECORDMODEL::Logger
-    {
-    public:
-        void Log(QString const&) override { ++lines; }
-        int lines = 0;
-    };
-    auto logger = std::make_shared<CollectingLogger>();
+    auto logger = std::make_shared<CountingLogger>();
     for (char const* text : { "", "garbage", "<ControlMessage><MessageType>Stop</MessageType>",
              "<ControlMessage><MessageType>Stop</Wrong></ControlMessage>", "<ControlMessage/><second/>",
              "<Processor/>" }) {
@@ -101,7 +90,8 @@ TEST(RecordXml, RunningReadsFalseOnlyFromFalseAndZero)
     };
     for (Case const& c : { Case { "False", false }, Case { "0", false }, Case { "false", false }, Case { "no", true },
              Case { "TRUE", true }, Case { "1", true }, Case { "", false } }) {
-        QString const xml = streamXml("<Name>n</Name><Running>%1</Running>").arg(QLatin1String(c.text));
+        QString const xml
+            = QStringLiteral("<DataStream><Name>n</Name><Running>%1</Running></DataStream>").arg(QLatin1String(c.text));
         EXPECT_EQ(read<DataStream>(xml, c.text[0] != 0).GetRunning(), c.running) << c.text;
     }
 }

@@ -61,11 +61,6 @@ protected:
         return ControlSocket(wrapped, format).receiveMessage();
     }
 
-    std::string receiveFailure(zel::MessageFormat format, Frames const& frames)
-    {
-        return failure([&] { receive(format, frames); });
-    }
-
     zmq::socket_t wrapped = zeltest::makeSocket(zmq::socket_type::dealer);
     zmq::socket_t peer = zeltest::makeSocket(zmq::socket_type::dealer);
 };
@@ -90,10 +85,8 @@ TEST_F(WirePair, EachFormatSendsAndReceivesItsFrames)
         { 3, "topic", xml, { "topic", xml } },
         { 4, "", xml, { xml } },
         { 9, "", xml, { xml } }, // unknown values behave as PayloadOnly
-        // Empty address and payload still travel as zero-length frames.
+        // An empty address and payload still travel as zero-length frames.
         { 0, "", "", { "", "", "" } },
-        { 3, "", "", { "", "" } },
-        { 4, "", "", { "" } },
     };
     for (Layout const& layout : layouts) {
         SCOPED_TRACE("format " + std::to_string(layout.format) + " payload '" + layout.payload + "'");
@@ -118,9 +111,10 @@ TEST_F(WirePair, OddFramesOnReceive)
     EXPECT_EQ(receive(zel::DelimiterAddressPayload, { "junk", "svc", "p", "surplus" }).address, "svc");
     EXPECT_EQ(ControlSocket(wrapped, zel::PayloadOnly).receiveMessage().payload, "surplus");
     // A missing frame is an invalid format, and the broken message is consumed whole.
-    EXPECT_EQ(receiveFailure(zel::AddressDelimiterPayload, { "req-1" }), "Invalid message format");
-    EXPECT_EQ(receiveFailure(zel::DelimiterAddressPayload, { "", "svc" }), "Invalid message format");
-    EXPECT_EQ(receiveFailure(zel::AddressPayload, { "topic" }), "Invalid message format");
+    std::pair<zel::MessageFormat, Frames> const broken[] = { { zel::AddressDelimiterPayload, { "req-1" } },
+        { zel::DelimiterAddressPayload, { "", "svc" } }, { zel::AddressPayload, { "topic" } } };
+    for (auto const& message : broken)
+        EXPECT_EQ(failure([&] { receive(message.first, message.second); }), "Invalid message format");
     EXPECT_EQ(receive(zel::AddressPayload, { "topic", "p" }).payload, "p");
 }
 
@@ -135,9 +129,6 @@ TEST_F(WirePair, ByteStreamFrames)
     zel::ByteStreamMessage const single = in.receiveMessage();
     EXPECT_EQ(single.type, "lonely") << "a single frame is the type";
     EXPECT_TRUE(single.data.isEmpty());
-    zeltest::sendFrames(peer, { "type", "data" });
-    awaitMessage(wrapped);
-    EXPECT_EQ(in.receiveMessage().data, "data");
 }
 
 TEST(RouterSocket, SurplusFrameIsAnInvalidFormatAndStaysQueued)

@@ -54,7 +54,6 @@ TEST(ZmqThreadController, OnlyCreatedWithSuccessCountsAsReady)
     thread.connect(zel::ZmqControllerSupport::makeUniqueAddress(&controller));
     std::vector<std::pair<std::string, bool>> const reports {
         { report(Record::Start, Record::Success), false },
-        { report(Record::ProcessorCreated, Record::Success), false },
         { report(Record::Created, Record::Warning), false },
         { "not a record", false },
         { report(Record::Created, Record::Success), true },
