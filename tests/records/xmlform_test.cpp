@@ -83,16 +83,12 @@ TEST(RecordXml, EmptyElementsSetEmptyValuesAndUnsetRequiredOnesAreWritten)
 
 TEST(RecordXml, RunningReadsFalseOnlyFromFalseAndZero)
 {
-    struct Case
-    {
-        char const* text;
-        bool running;
-    };
-    for (Case const& c : { Case { "False", false }, Case { "0", false }, Case { "false", false }, Case { "no", true },
-             Case { "TRUE", true }, Case { "1", true }, Case { "", false } }) {
+    std::pair<char const*, bool> const cases[] = { { "False", false }, { "0", false }, { "false", false },
+        { "no", true }, { "TRUE", true }, { "1", true }, { "", false } };
+    for (auto const& [text, running] : cases) {
         QString const xml
-            = QStringLiteral("<DataStream><Name>n</Name><Running>%1</Running></DataStream>").arg(QLatin1String(c.text));
-        EXPECT_EQ(read<DataStream>(xml, c.text[0] != 0).GetRunning(), c.running) << c.text;
+            = QStringLiteral("<DataStream><Name>n</Name><Running>%1</Running></DataStream>").arg(QLatin1String(text));
+        EXPECT_EQ(read<DataStream>(xml, text[0] != 0).GetRunning(), running) << text;
     }
 }
 

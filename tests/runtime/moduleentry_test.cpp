@@ -13,11 +13,6 @@ namespace {
 
 QString const executeFailed = QStringLiteral("Caught unknown exception in EnvironmentDll::Execute");
 
-struct InstanceDeleter
-{
-    void operator()(zel::IDllInstance* instance) const { HXDestroy(instance); }
-};
-
 // Configurations in a folder of their own; each test leaves no environment behind.
 class ModuleEntry : public testing::Test
 {
@@ -53,7 +48,7 @@ protected:
     }
 
     QTemporaryDir dir;
-    std::unique_ptr<zel::IDllInstance, InstanceDeleter> instance { HXCreate(L"zeltest") };
+    std::unique_ptr<zel::IDllInstance, HXDestroyFunction> instance { HXCreate(L"zeltest"), HXDestroy };
 };
 
 } // namespace
