@@ -30,11 +30,11 @@ inline ControlMessage stopMessage()
     return message;
 }
 
-template <class R> QByteArray tagged(R const& record, bool writeId = true)
+template <class R> QByteArray tagged(R const& record)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    record.GetBinary(stream, static_cast<qint32>(R::GetId()), writeId);
+    record.GetBinary(stream, static_cast<qint32>(R::GetId()), true);
     return bytes;
 }
 
@@ -70,7 +70,6 @@ struct CountingLogger : RECORDMODEL::Logger
 
 inline QByteArray hex(char const* text) { return QByteArray::fromHex(QByteArray(text).replace(' ', "")); }
 
-// Runs `action` and expects exactly exception E with `text`.
 template <class E, class Action> void expectThrow(Action&& action, QString const& text)
 {
     try {

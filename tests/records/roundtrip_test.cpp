@@ -2,6 +2,7 @@
 
 #include "../fuzz/fuzztargets.h"
 
+#include <algorithm>
 #include <random>
 
 using namespace recordtesting;
@@ -31,8 +32,7 @@ public:
     QVector<QString> texts()
     {
         QVector<QString> values(below(4));
-        for (QString& value : values)
-            value = text();
+        std::generate(values.begin(), values.end(), [this] { return text(); });
         return values;
     }
 
@@ -85,7 +85,6 @@ public:
         return message;
     }
 
-    // Cut short, bytes overwritten or one inserted.
     QByteArray damage(QByteArray bytes)
     {
         if (bytes.isEmpty())

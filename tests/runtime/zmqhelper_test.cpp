@@ -17,7 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Binds and returns the error, or 0 when the bind succeeded.
 int bindError(zmq::socket_t& socket, std::string& address)
 {
     try {

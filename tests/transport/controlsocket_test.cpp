@@ -21,8 +21,6 @@ namespace {
 
 using ControlSocket = zel::ZmqControlSocketTemplate<zel::ST>;
 
-QByteArray bytes(std::string const& text) { return QByteArray(text.data(), static_cast<int>(text.size())); }
-
 std::string failure(std::function<void()> const& action)
 {
     try {
@@ -91,7 +89,8 @@ TEST_F(WirePair, EachFormatSendsAndReceivesItsFrames)
     for (Layout const& layout : layouts) {
         SCOPED_TRACE("format " + std::to_string(layout.format) + " payload '" + layout.payload + "'");
         auto const format = static_cast<zel::MessageFormat>(layout.format);
-        ControlSocket(wrapped, format).sendMessage({ bytes(layout.address), bytes(layout.payload) });
+        ControlSocket(wrapped, format)
+            .sendMessage({ QByteArray::fromStdString(layout.address), QByteArray::fromStdString(layout.payload) });
         EXPECT_EQ(zeltest::receiveFrames(peer), layout.wire);
 
         zel::ControlMessage const received = receive(format, layout.wire);
