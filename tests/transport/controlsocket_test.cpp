@@ -12,6 +12,7 @@
 #include <atomic>
 #include <functional>
 #include <stdexcept>
+#include <tuple>
 
 using zeltest::Frames;
 using zeltest::withNul;
@@ -63,20 +64,12 @@ protected:
     zmq::socket_t peer = zeltest::makeSocket(zmq::socket_type::dealer);
 };
 
-struct Layout
-{
-    int format;
-    std::string address;
-    std::string payload;
-    Frames wire;
-};
-
 } // namespace
 
 TEST_F(WirePair, EachFormatSendsAndReceivesItsFrames)
 {
     std::string const xml = "<ControlMessage/>";
-    std::vector<Layout> const layouts {
+    std::vector<std::tuple<int, std::string, std::string, Frames>> const layouts {
         { 0, "req-1", xml, { "req-1", "", xml } },
         { 1, "svc\0"s, xml, { "", "svc\0"s, xml } },
         { 2, "", xml, { "", xml } },
@@ -86,16 +79,16 @@ TEST_F(WirePair, EachFormatSendsAndReceivesItsFrames)
         // An empty address and payload still travel as zero-length frames.
         { 0, "", "", { "", "", "" } },
     };
-    for (Layout const& layout : layouts) {
-        SCOPED_TRACE("format " + std::to_string(layout.format) + " payload '" + layout.payload + "'");
-        auto const format = static_cast<zel::MessageFormat>(layout.format);
+    for (auto const& [value, address, payload, wire] : layouts) {
+        SCOPED_TRACE("format " + std::to_string(value) + " payload '" + payload + "'");
+        auto const format = static_cast<zel::MessageFormat>(value);
         ControlSocket(wrapped, format)
-            .sendMessage({ QByteArray::fromStdString(layout.address), QByteArray::fromStdString(layout.payload) });
-        EXPECT_EQ(zeltest::receiveFrames(peer), layout.wire);
+            .sendMessage({ QByteArray::fromStdString(address), QByteArray::fromStdString(payload) });
+        EXPECT_EQ(zeltest::receiveFrames(peer), wire);
 
-        zel::ControlMessage const received = receive(format, layout.wire);
-        EXPECT_EQ(received.address.toStdString(), layout.address);
-        EXPECT_EQ(received.payload.toStdString(), layout.payload);
+        zel::ControlMessage const received = receive(format, wire);
+        EXPECT_EQ(received.address.toStdString(), address);
+        EXPECT_EQ(received.payload.toStdString(), payload);
         EXPECT_FALSE(received.payload.isNull());
     }
 }
