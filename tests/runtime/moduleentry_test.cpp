@@ -11,13 +11,6 @@
 
 namespace {
 
-QString const executeFailed = QStringLiteral("Caught unknown exception in EnvironmentDll::Execute");
-
-struct InstanceDeleter
-{
-    void operator()(zel::IDllInstance* instance) const { HXDestroy(instance); }
-};
-
 // Configurations in a folder of their own; each test leaves no environment behind.
 class ModuleEntry : public testing::Test
 {
@@ -38,22 +31,17 @@ protected:
         file.write(content);
     }
 
-    void configureAddress(std::string const& address)
-    {
-        writeConfiguration("EnvironmentAddress=" + QByteArray::fromStdString(address) + "\n");
-    }
-
     // Execute fails, and its last trace says so.
     void expectExecuteFails()
     {
         zeltest::TraceCapture traces;
         EXPECT_FALSE(instance->Execute());
         ASSERT_FALSE(traces.texts().isEmpty());
-        EXPECT_EQ(traces.texts().last(), executeFailed);
+        EXPECT_EQ(traces.texts().last(), QStringLiteral("Caught unknown exception in EnvironmentDll::Execute"));
     }
 
     QTemporaryDir dir;
-    std::unique_ptr<zel::IDllInstance, InstanceDeleter> instance { HXCreate(L"zeltest") };
+    std::unique_ptr<zel::IDllInstance, HXDestroyFunction> instance { HXCreate(L"zeltest"), HXDestroy };
 };
 
 } // namespace
@@ -73,13 +61,13 @@ TEST_F(ModuleEntry, CreateStartsNothingAndWithoutConfigurationNeitherDoesExecute
 
 TEST_F(ModuleEntry, ExecuteMayBeRetriedAfterAFailureOrShutdownButNotWhileRunning)
 {
-    configureAddress("nosuchprotocol://frontend");
+    writeConfiguration("EnvironmentAddress=nosuchprotocol://frontend\n");
     expectExecuteFails();
     EXPECT_TRUE(zeltest::waitForNoRouter());
 
     // Of another length: the configuration reader keeps a file whose size and time stamp are unchanged.
     std::string const address = "tcp://127.0.0.1:" + std::to_string(zeltest::freeLoopbackPort());
-    configureAddress(address);
+    writeConfiguration("EnvironmentAddress=" + QByteArray::fromStdString(address) + "\n");
     {
         zeltest::TraceCapture traces;
         EXPECT_FALSE(instance->Execute());
@@ -95,7 +83,7 @@ TEST_F(ModuleEntry, ExecuteMayBeRetriedAfterAFailureOrShutdownButNotWhileRunning
     EXPECT_FALSE(instance->Execute());
     EXPECT_TRUE(zeltest::roundTrip("inproc://zel/__router__external__", "inproc://zel/g1"));
 
-    configureAddress("inproc://moduleentry-test-other");
+    writeConfiguration("EnvironmentAddress=inproc://moduleentry-test-other\n");
     expectExecuteFails();
     // The first environment is left running; HXDestroy without Shutdown stops it.
     EXPECT_TRUE(zeltest::roundTrip("inproc://zel/__router__external__", "inproc://zel/g1"));

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
@@ -39,14 +38,12 @@ std::string report(Record::MessageType type, Record::ResultType result)
 TEST(ZmqThreadController, HandShakeReportsTheThreadsResult)
 {
     for (bool const ready : { true, false }) {
-        SCOPED_TRACE(ready ? "signalReady" : "signalError");
         zel::ZmqThreadController controller;
-        std::atomic<bool> sent { false };
-        std::thread worker(
-            [copy = controller, ready, &sent]() mutable { sent = ready ? copy.signalReady() : copy.signalError(); });
+        std::thread worker([copy = controller, ready]() mutable {
+            EXPECT_TRUE(ready ? copy.signalReady() : copy.signalError()) << "the report went";
+        });
         EXPECT_EQ(waitWithDeadline(controller), ready);
         worker.join();
-        EXPECT_TRUE(sent);
     }
 }
 
@@ -57,7 +54,6 @@ TEST(ZmqThreadController, OnlyCreatedWithSuccessCountsAsReady)
     thread.connect(zel::ZmqControllerSupport::makeUniqueAddress(&controller));
     std::vector<std::pair<std::string, bool>> const reports {
         { report(Record::Start, Record::Success), false },
-        { report(Record::ProcessorCreated, Record::Success), false },
         { report(Record::Created, Record::Warning), false },
         { "not a record", false },
         { report(Record::Created, Record::Success), true },
