@@ -32,6 +32,9 @@ inline QString nonNullText(QString const& text = QString())
 //
 // Binary representation: the record's id as a 32-bit tag, then the body length and the body, that is
 // exactly what GetBinary(stream, id, true) writes. The compressed representation is qCompress of it.
+//
+// One thread at a time per record, reads included: const members may allocate the record's data and
+// set the flag and logger of nested records. Copies are independent and may go to other threads.
 class ZELHOSTFRAMEWORK_EXPORT IRMObject
 {
 public:
