@@ -34,6 +34,7 @@ public:
 protected:
     void run() override
     {
+        // A release that has begun is not run again, even when it threw.
         bool releaseBegun = false;
         try {
             controller.setState(Starting, false);
