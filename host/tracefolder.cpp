@@ -24,6 +24,7 @@ void TraceFolder::write(QString const& line)
         return;
     }
     if (repeat && held > 0) {
+        // Past the window with repeats held: this one joins them in the count line.
         ++held;
         flush();
     } else {

@@ -29,6 +29,8 @@ bool NameService::initialize()
     routedClient = std::make_unique<Client>(
         std::make_unique<ControlSocket>(*routedSocket, DelimiterAddressPayload), handler.get());
     directSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::router));
+    // A reply to a requester that has gone then throws SocketError, which ends this thread.
+    // Processors' clients wait without a time-out, so they never leave a request behind.
     directSocket->set(zmq::sockopt::router_mandatory, 1);
     directClient = std::make_unique<Client>(
         std::make_unique<ControlSocket>(*directSocket, AddressDelimiterPayload), handler.get());

@@ -94,6 +94,7 @@ Plugin* PluginManager::loadPlugin(QString const& name) const
                               .arg(pluginFileName(name), folders.join(QStringLiteral(", "))));
         return nullptr;
     }
+    // The loader may go: the library stays loaded, with the plug-in, until an unload nobody calls.
     QPluginLoader loader(path);
     QObject* instance = loader.instance();
     auto* plugin = instance ? reinterpret_cast<Plugin*>(instance->qt_metacast(ZEL_PLUGIN_IID)) : nullptr;

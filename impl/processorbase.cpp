@@ -39,6 +39,8 @@ bool ProcessorBase::initialize()
     broadcastSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
     broadcastInputClient = std::make_unique<SubInputClient<ControlSocket, ControlMessage>>(
         std::make_unique<ZmqSubControlSocketTemplate<ST>>(*broadcastSocket), controlMessageHandler.get());
+    // The name service's direct socket and the router's internal one are found under the default
+    // prefix, whatever the group was made with; the identity and the broadcast use the group's own.
     nameServiceClient = std::make_unique<NameServiceClient>(
         Endpoints::getInternalNameServiceEndpoint(groupName, internalAddressPrefixDefault), socketInfiniteTimeout);
     ZmqHelper::connectSocket(

@@ -129,6 +129,7 @@ void ProcessorGroupHandlerTemplate<Traits, Socket>::remove(zelmsg::ControlMessag
 template <class Traits, class Socket>
 void ProcessorGroupHandlerTemplate<Traits, Socket>::publishParameter(zelmsg::ControlMessage& record)
 {
+    // With its NUL like every name frame; processors subscribe to a prefix of it.
     QByteArray const topic = nameFrame(record.GetParameterName().toStdString());
     broadcastSender->sendMessage(ControlMessage { topic, record.GetXmlString().toUtf8() });
     ConfigTool::setResultSuccess(record);

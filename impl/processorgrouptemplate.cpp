@@ -23,6 +23,8 @@ template <class Traits> bool ProcessorGroupTemplate<Traits>::initialize()
     nameServiceThread
         = std::make_unique<ZmqControllableThread<NameService>>(std::make_unique<NameService>(groupName, addressPrefix));
     handler = std::make_unique<Handler>(groupName, addressPrefix, std::move(pluginManager));
+    // The router is found under the default prefix, as by every processor; the identity uses the
+    // group's own.
     connectToRouter(handler.get(), Endpoints::getInternalRouterEndpoint(internalAddressPrefixDefault),
         Endpoints::getGroupEndpoint(groupName, addressPrefix));
     return true;

@@ -23,7 +23,8 @@ public:
 protected:
     using ControlSocket = ZmqControlSocketTemplate<ST>;
 
-    // Creates the DEALER, connects it to the router under `identity` and adds it to the reader.
+    // From initialize, on the service's thread: the DEALER, connected to the router under
+    // `identity`, becomes the input that process serves.
     void connectToRouter(MessageHandler<ControlSocket, ControlMessage>* handler, std::string const& routerEndpoint,
         std::string const& identity);
     // From here on the service is unreachable.

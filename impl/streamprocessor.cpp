@@ -86,6 +86,7 @@ void StreamProcessor::checkDataEvents()
 {
     if (reader.getEvents(inputIndex) == 0)
         return;
+    // The first message is there, since the poll said so; the rest of a batch only if already queued.
     inputClient->processInput();
     for (int served = 1; served < inputBatchSize; ++served) {
         std::optional<ByteStreamMessage> message = inputWrapper->tryReceiveMessage();

@@ -26,6 +26,7 @@ void ZmqControllable::setControlSocket(std::shared_ptr<zmq::socket_t> socket) { 
 
 void ZmqControllable::dispatchUntilStopped(std::vector<Input> const& inputs)
 {
+    // A time-out would end the loop as a stop does; the services leave the reader without one.
     while (reader.waitForSockets()) {
         if (!checkControlSocket())
             return;

@@ -48,6 +48,8 @@ void ZmqHelper::bindSocket(zmq::socket_t& socket, std::string& address)
             address = bindOnce(socket, address);
             return;
         } catch (zmq::error_t const& e) {
+            // An endpoint comes free only once libzmq has closed the socket that held it, which lags
+            // behind that socket's close.
             if (e.num() == EADDRINUSE && attempt != maxBindAttempts - 1) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
                 continue;

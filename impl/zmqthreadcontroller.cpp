@@ -59,6 +59,7 @@ bool ZmqThreadController::signalError()
 bool ZmqThreadController::sendToCreator(zelmsg::ControlMessage const& message)
 {
     try {
+        // A socket of the calling thread's own: the bound one belongs to the creator.
         zmq::socket_t sender = Context::createSocket(zmq::socket_type::pair);
         sender.connect(address);
         QByteArray const text = message.GetXmlString().toUtf8();

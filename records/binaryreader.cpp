@@ -54,6 +54,7 @@ QString BinaryReader::readString()
     quint32 size = 0;
     if (!readSize(size))
         return QString();
+    // QDataStream's form of a string: UTF-16 units in the stream's byte order.
     if (size % 2 != 0)
         fail();
     QString text(static_cast<int>(size / 2), Qt::Uninitialized);

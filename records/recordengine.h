@@ -32,6 +32,7 @@
 namespace zelmsg {
 namespace detail {
 
+// One row of a record's field table; `bit` is the field's presence bit and its place in the table.
 struct FieldInfo
 {
     char const* name;
@@ -91,6 +92,7 @@ void writeStrings(QDataStream& stream, QVector<QString> const& values);
 [[noreturn]] void throwAppend(QString const& record, FieldInfo const& field);
 [[noreturn]] void throwCheck(QString const& record, FieldInfo const& field);
 
+// Every operation of record R over the fields its Data visits; R's members only forward here.
 template <class R> struct RecordEngine
 {
     using Data = typename R::Data;

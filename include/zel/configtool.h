@@ -28,10 +28,13 @@ public:
     // Point into `config`; valid while it isn't changed.
     static zelmsg::DataSource const* getDataSource(zelmsg::Processor const& config, QString const& address);
     static zelmsg::DataStream const* getDataStream(zelmsg::Processor const& config, QString const& name);
+    // The names, sorted.
     static QStringList getDataStreams(zelmsg::Processor const& config);
+    // False, and no change, for an unknown stream.
     static bool setStreamRunning(zelmsg::Processor& config, QString const& name, bool running);
 
     static QString getAddressList(QVector<QString> const& addresses, QString const& separator);
+    // Tells which record a text holds without reading it: the first element's name, or empty.
     static QString getRootElement(QString const& xml);
 
     static void setResultSuccess(zelmsg::ControlMessage& message);

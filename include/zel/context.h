@@ -25,6 +25,7 @@ public:
     // sockets still open get ETERM. Called by the host at its termination; final for the process.
     static void reset();
 
+    // The host's end of the process: reset, with the same blocking.
     void aboutToTerminate() override;
     ~Context() override;
 

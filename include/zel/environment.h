@@ -28,7 +28,8 @@ public:
     Environment(Environment const&) = delete;
     Environment& operator=(Environment const&) = delete;
 
-    // The endpoint the frontend really bound (a wildcard port resolved). Clients connect here.
+    // The endpoint the frontend really bound (a wildcard port resolved). Clients connect here. The
+    // router wrote it before the constructor returned, so the owner's thread reads it without a lock.
     std::string getRouterFrontendAddress();
 
 private:

@@ -58,10 +58,14 @@ private:
         bool isBinary() const;
     };
 
-    // Blocks in the poll until one input message is handed to the worker or the bridge is to stop;
-    // control requests and broadcasts are served on the way.
+    // Called by the worker from its event loop, on the processor's thread. Blocks in the poll until
+    // one input message is handed to the worker or the bridge is to stop; control requests and
+    // broadcasts are served on the way.
     void dispatchMessages();
+    // From each Connect: one target per data stream with a name and a valid URL. A target's type is
+    // subscribed outside the filter lists, so Start and Stop never take it away.
     void configureTargets();
+    // An entry with an invalid URL for a type without a target.
     StreamEntry entryFor(QByteArray const& type) const { return streamMap.value(type); }
 
     StreamInput input;

@@ -6,7 +6,8 @@
 
 namespace zel {
 
-// Takes exactly one message from its socket and hands it on. Exceptions pass through.
+// Takes exactly one message from its socket and hands it on. On the socket owner's thread, after
+// the poll reported input: otherwise it blocks until a message comes. Exceptions pass through.
 class InputClient
 {
 public:

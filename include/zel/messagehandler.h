@@ -2,6 +2,7 @@
 
 namespace zel {
 
+// A common root for handlers of every socket and message type; nothing uses it beyond that.
 class MessageHandlerPrivateBase
 {
 public:

@@ -10,7 +10,8 @@ class ControlMessage;
 
 namespace zel {
 
-// Remembers the human-readable text of the last answer.
+// Remembers the human-readable text of the last answer. Unguarded: it belongs to the thread of the
+// client that derives from it.
 class ZEL_EXPORT MessageTextProvider
 {
 public:

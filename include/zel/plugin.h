@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+// The interface id a plug-in file must declare; a file without it is refused when loaded.
 #define ZEL_PLUGIN_IID "Tarvo.ZELPlugins"
 
 namespace zel {
@@ -18,9 +19,8 @@ namespace zel {
 class ProcessorBase;
 struct ProcessorInfo;
 
-// A factory of processors, and the interface of a plug-in file ("Tarvo.ZELPlugins").
-// createProcessor runs on the thread of the group that makes the processor, possibly on several
-// groups' threads at once.
+// A factory of processors, and the interface of a plug-in file. createProcessor runs on the thread
+// of the group that makes the processor, possibly on several groups' threads at once.
 class ZEL_EXPORT Plugin : public QObject
 {
     Q_OBJECT

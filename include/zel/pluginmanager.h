@@ -29,13 +29,17 @@ public:
 
     // False for null and for a name that is known already. The caller keeps ownership.
     bool registerPlugin(Plugin* plugin);
+    // The plug-in for a type, or null. A dotted type's file is loaded on first use, under the lock,
+    // so concurrent callers wait for the load; a file that does not load is traced.
     Plugin* getPlugin(QString const& processorType) const;
+    // A copy of the list as it stands, the built-in plug-in first.
     QList<Plugin*> const getPlugins() const;
     // A new processor the caller owns, or null when no plug-in makes the type. A processor
     // constructor's exception passes through.
     ProcessorBase* createProcessor(ProcessorInfo const& info) const;
 
 private:
+    // Both with the lock held.
     Plugin* findPlugin(QString name) const;
     Plugin* loadPlugin(QString const& name) const;
 

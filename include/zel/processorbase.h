@@ -45,7 +45,8 @@ protected:
     void disableIdleProcessing();
     // Serves the broadcast and then the management socket, one message each, from the last poll.
     void dispatchManagementMessage();
-    // Broadcasts of the group for parameters beginning with `name` reach setParameter.
+    // Broadcasts of the group for parameters beginning with `name` reach setParameter. From
+    // initialize on, once this class's initialize has made the broadcast socket.
     void subscribeParameter(std::string const& name);
 
     bool querySources(QVector<zelmsg::DataSource>& sources) override;
@@ -60,6 +61,8 @@ protected:
     std::string groupName;
     std::string addressPrefix;
     zelmsg::Processor configuration;
+    // From initialize to release. Its requests wait without a time-out: the group's name service
+    // outlives its processors.
     std::unique_ptr<NameServiceClient> nameServiceClient;
 
 private:

@@ -44,6 +44,7 @@ protected:
     bool startNewRecording(QString& value) override;
     void handleMessage(ByteStreamMessage& message, ZmqByteStreamInSocket* socket) override;
 
+    // The key a host looks the bridge up by: its routing identity.
     QString getIdForQTRepository() const;
 
 private:

@@ -44,11 +44,16 @@ public:
         return checkMessageResult(record);
     }
 
+    // The steps of request, for callers that tell a time-out from a refusal. Each exchange is send,
+    // waitForReply, then receive or, after a time-out, rebuild: a REQ socket owed an answer cannot
+    // send again.
     void send(std::string const& envelopeAddress, zelmsg::ControlMessage const& record)
     {
         controlSocket->sendMessage(ControlMessageHelper::makeMessageEnvelope(envelopeAddress, record));
     }
 
+    // Blocks up to the time-out. False on a time-out, whose text names the address; zmq::error_t
+    // when the socket reports an error.
     bool waitForReply()
     {
         int const count = reader->waitForSocketsOrTimeout();
@@ -67,6 +72,7 @@ public:
 
     void receive(zelmsg::ControlMessage& record) { record = decodeControlRecord(controlSocket->receiveMessage()); }
 
+    // A new socket, same address and time-out; what the old one was owed is dropped.
     void rebuild()
     {
         long const timeout = reader ? reader->getTimeout() : -1;
@@ -78,6 +84,7 @@ public:
         reader->setTimeout(timeout);
     }
 
+    // Releases the socket; only a rebuild makes the client usable again.
     void close()
     {
         reader.reset();

@@ -50,6 +50,7 @@ protected:
     void checkDataStreamConfig();
     std::string getDataStreamName() const;
 
+    // The sockets exist from initialize to release and are used on the processor's thread only.
     std::unique_ptr<zmq::socket_t> inputSocket;
     std::unique_ptr<InputClient> inputClient;
     int inputIndex = -1;

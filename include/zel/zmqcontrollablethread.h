@@ -11,7 +11,8 @@ namespace zel {
 
 // A thread that runs one object: initialize, process until stopped, release, delete; all on the
 // thread. The constructor returns once initialize has succeeded (ThreadError otherwise); the
-// destructor stops the thread and returns when it has ended. Neither has a time-out.
+// destructor stops the thread and returns when it has ended. Neither has a time-out. Both run on
+// the creator's thread, which owns the thread object; the object itself belongs to the thread.
 template <class T, class Controller> class ControllableThread : public QThread
 {
 public:
@@ -33,6 +34,7 @@ public:
 protected:
     void run() override
     {
+        // A release that has begun is not run again, even when it threw.
         bool releaseBegun = false;
         try {
             controller.setState(Starting, false);
@@ -63,6 +65,7 @@ private:
         return std::string("ControllableThread::run() failed: ") + reason;
     }
 
+    // Whatever initialize built half-way is freed on this thread, where its sockets were made.
     void releaseAfterFailure()
     {
         try {
@@ -79,6 +82,7 @@ private:
     Controller controller;
 };
 
+// The thread object of the system: stopped through a PAIR socket that its object polls.
 template <class T> class ZmqControllableThread : public ControllableThread<T, ZmqController<T>>
 {
 public:

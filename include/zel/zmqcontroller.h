@@ -16,6 +16,7 @@
 
 namespace zel {
 
+// Where a controlled thread is, as the creator's wait sees it; written under the controller's mutex.
 enum ThreadState : int {
     Idle = 0,
     Starting = 1,
@@ -62,11 +63,14 @@ public:
         lock.lock();
         throw ThreadError("Thread failed: " + errorText);
     }
-    // Waits without limit until the thread has ended.
+    // Creator's thread: waits without limit until the thread has ended.
     virtual void stopThread() { thread->wait(); }
+    // New thread, before initialize: hands the object what it needs to be stopped.
     virtual void setupThread(T*) { }
+    // New thread, after the object has been deleted.
     virtual void cleanupThread() { }
 
+    // New thread; `wake` when the creator may have to look (Running and every end).
     void setState(int newState, bool wake)
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -81,7 +85,7 @@ public:
     // through Qt's own lock, which race detectors do not see; this mutex shows them the same order.
     void threadEnded() { std::lock_guard<std::mutex> lock(mutex); }
 
-    // Appends a reason, one line each, and reports Failed.
+    // New thread: appends a reason, one line each, and reports Failed.
     void setFailed(std::string const& text)
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -132,6 +136,7 @@ public:
         }
     }
 
+    // Creator's thread; blocks until the thread has ended.
     void stopThread() override
     {
         if (sendMessage(creatorSocket, ZmqControllerSupport::stopFrame())) {
@@ -146,6 +151,7 @@ public:
             sendMessage(freshCreatorSocket(), ZmqControllerSupport::stopFrame());
     }
 
+    // New thread: binds its end of the stop channel; a failed bind is a failed start.
     void setupThread(T* object) override
     {
         auto socket = ZmqControllerSupport::makePairSocket();
@@ -189,9 +195,11 @@ private:
         return creatorSocket;
     }
 
+    // Made on the new thread and shared with the object; the last reference goes with this
+    // controller, on the creator's thread after the join.
     std::shared_ptr<zmq::socket_t> threadSocket;
     std::string socketAddress;
-    std::shared_ptr<zmq::socket_t> creatorSocket;
+    std::shared_ptr<zmq::socket_t> creatorSocket; // creator's thread only
 };
 
 } // namespace zel

@@ -6,6 +6,7 @@
 class ZELHOSTFRAMEWORK_EXPORT CfgCenter
 {
 public:
-    // A new configuration that the caller deletes, or null when there is no such file.
+    // A new configuration that the caller deletes, or null when there is no such file. The view and
+    // the text are the host's interface; an INI file needs neither.
     static ICfg* CreateCfg(QString name, ICfg::View view, QString text);
 };

@@ -23,6 +23,7 @@ public:
     using Sink = std::function<void(QString const& text, QString const& file, unsigned short line)>;
 
     static ErrorHandler& Instance();
+    // Not owned by the caller, and valid only until the next SetInterface.
     static IErrorHandler* Interface();
 
     // Starts from ZEL_TRACE_FLAGS (hex with 0x, or decimal), 0 when unset or unreadable.
@@ -33,11 +34,14 @@ public:
     void SetDefaultTraceFlags(unsigned int flags);
 
     // Replaces where trace lines go; an empty sink restores stderr. A sink gets every line; on
-    // stderr a line repeated within a second is folded into one with its count.
+    // stderr a line repeated within a second is folded into one with its count. A replaced sink may
+    // still be running on another thread, so what it refers to must outlive the replacement.
     void SetTraceSink(Sink sink);
     // Replaces the exception report; null restores the default, which writes to stderr.
     void SetInterface(std::shared_ptr<IErrorHandler> handler);
 
+    // A sink is called outside the lock, and so on several threads at once; stderr lines are
+    // written under it.
     void Trace(QString const& text, QString const& file, unsigned short line);
 
 private:

@@ -3,7 +3,7 @@
 #include <zel/host/zelhostframework_export.h>
 
 // Something the host tells when the process ends. Targets enter a process-wide list as they are
-// made and leave it as they go.
+// made and leave it as they go, from any thread: a mutex guards the list.
 class ZELHOSTFRAMEWORK_EXPORT IAbstractTerminationTarget
 {
 public:

@@ -32,6 +32,9 @@ inline QString nonNullText(QString const& text = QString())
 //
 // Binary representation: the record's id as a 32-bit tag, then the body length and the body, that is
 // exactly what GetBinary(stream, id, true) writes. The compressed representation is qCompress of it.
+//
+// One thread at a time per record, reads included: const members may allocate the record's data and
+// set the flag and logger of nested records. Copies are independent and may go to other threads.
 class ZELHOSTFRAMEWORK_EXPORT IRMObject
 {
 public:
@@ -39,10 +42,16 @@ public:
     explicit IRMObject(ObjectTypes type);
 
     virtual ~IRMObject();
+    // Whether the record holds what it cannot do without; with validation on, a list refuses an
+    // item that does not.
     virtual bool HasData() const = 0;
+    // Every field unset.
     virtual void Reset() = 0;
+    // OutOfRangeException for a mandatory field unset or a set value invalid, nested records
+    // included whatever `deep` says.
     virtual void Check(bool deep) const = 0;
     virtual void Check() const = 0;
+    // Each type's invalid value (null, NaN, its extreme) and the test for it.
     virtual bool IsValid(float const& value) const;
     virtual bool IsValid(bool const& value) const;
     virtual bool IsValid(unsigned int const& value) const;
@@ -58,6 +67,8 @@ public:
     virtual void SetInvalid(double& value) const;
     virtual void SetInvalid(int& value) const;
     virtual bool GetXml(QXmlStreamWriter& writer) const = 0;
+    // The tagged binary form: `tag` if writeId, then the body's length and the body. SetBinary reads
+    // a body of `length` bytes; BinaryParsingException when the lengths inside do not add up.
     virtual bool GetBinary(QDataStream& stream, int tag, bool writeId) const = 0;
     virtual void SetBinary(QDataStream& stream, int length) = 0;
     // Reads a document whose root is this record, with the validate flag set to `validate` while reading.
@@ -80,6 +91,8 @@ public:
     virtual bool LoadXml(QFile& file);
     virtual bool LoadBinary(QString const& fileName);
     virtual bool SaveXml(QString const& fileName) const;
+    // With validation on, setters and appends refuse invalid values, and GetXml and GetBinary run
+    // Check before they write. Nested records follow the flag.
     virtual void SetValidate(bool validate) const;
     virtual bool GetValidate() const;
     virtual void SetLogger(std::shared_ptr<Logger> logger) const;

@@ -19,6 +19,7 @@ private:
     QString m_text;
 };
 
+// The base of the record model's faults below; catch it for any of them.
 class ZELHOSTFRAMEWORK_EXPORT RMException : public RecordException
 {
 public:

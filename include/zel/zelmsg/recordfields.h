@@ -23,7 +23,7 @@ template <class R> struct RecordEngine;
 } // namespace detail
 } // namespace zelmsg
 
-// The record-level members every record of the family has.
+// Opens each record's class body; ZELMSG_DEFINE_RECORD in its .cpp defines what this declares.
 #define ZELMSG_RECORD_MEMBERS(R)                                                                                       \
 public:                                                                                                                \
     R();                                                                                                               \
