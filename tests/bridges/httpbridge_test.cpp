@@ -58,7 +58,7 @@ protected:
         config.AppendDataStream(target("warm", { sink.url("/warm") }));
         for (zelmsg::DataStream const& stream : streams)
             config.AppendDataStream(stream);
-        ASSERT_EQ(create("HttpBridge", "h", config), "Success");
+        ASSERT_EQ(create("h", "HttpBridge", config), "Success");
         ASSERT_EQ(connect("h", filters), "Success");
         ASSERT_TRUE(publisher.sendUntil("warm", "warm", [&] { return sink.count() > 0; }));
     }
@@ -76,12 +76,12 @@ protected:
 
     bool waitForPosts(size_t count)
     {
-        return zeltest::waitUntil([&] { return posted().size() >= count; });
+        return waitUntil([&] { return posted().size() >= count; });
     }
 
     QStringList bridgeTraces() const { return traces.texts().filter(QRegularExpression("^HttpBridge: ")); }
 
-    zeltest::TraceCapture traces; // failures
+    TraceCapture traces; // failures
     HttpSink sink;
     HttpSink silent;
 };
@@ -143,7 +143,7 @@ TEST_F(HttpBridgeTest, AServerThatNeverAnswersCostsOneTimeOutPerMessageEvenAtDel
 
     // A Delete during a POST is read only after the POST has timed out.
     publisher.send("slow", "4");
-    ASSERT_TRUE(zeltest::waitUntil([&] { return silent.count() == 3; }));
+    ASSERT_TRUE(waitUntil([&] { return silent.count() == 3; }));
     begin = Clock::now();
     EXPECT_EQ(remove("h"), "Success");
     EXPECT_LT(msSince(begin), 1500);
@@ -157,31 +157,31 @@ TEST_F(HttpBridgeTest, AServerThatNeverAnswersCostsOneTimeOutPerMessageEvenAtDel
 TEST_F(HttpBridgeTest, InputBeyondItsQueueIsDroppedWhileAPostIsPending)
 {
     // Over inproc the publisher's own queue of one adds to the bridge's, and nothing else does.
-    zmq::socket_t feed = zeltest::makeSocket(zmq::socket_type::pub);
+    zmq::socket_t feed = makeSocket(zmq::socket_type::pub);
     feed.set(zmq::sockopt::sndhwm, 1);
     feed.bind("inproc://httpbridge-queue");
     zelmsg::Processor config;
     for (zelmsg::DataStream const& stream : { target("warm", { sink.url("/warm") }),
              target("held", { silent.url("/held") }), target("n", { sink.url("/n") }) })
         config.AppendDataStream(stream);
-    ASSERT_EQ(create("HttpBridge", "h", config), "Success");
+    ASSERT_EQ(create("h", "HttpBridge", config), "Success");
     ASSERT_EQ(
         ask("h", Helper::makeConnectStreamMessage("in", "inproc://httpbridge-queue", std::vector<std::string> {})),
         "Success");
-    ASSERT_TRUE(zeltest::waitUntil([&] {
-        zeltest::sendFrames(feed, { "warm", "" });
+    ASSERT_TRUE(waitUntil([&] {
+        sendFrames(feed, { "warm", "" });
         return sink.count() > 0;
     }));
-    zeltest::sendFrames(feed, { "held", "" });
-    ASSERT_TRUE(zeltest::waitUntil([&] { return silent.count() == 1; }));
+    sendFrames(feed, { "held", "" });
+    ASSERT_TRUE(waitUntil([&] { return silent.count() == 1; }));
 
     for (int i = 0; i < 100; ++i)
-        zeltest::sendFrames(feed, { "n", std::to_string(i) });
+        sendFrames(feed, { "n", std::to_string(i) });
     std::string const end = "/n application/octet-stream end";
     // The POST times out after a second; then the queue drains, and a marker sent until it arrives
     // says that it has.
-    ASSERT_TRUE(zeltest::waitUntil([&] {
-        zeltest::sendFrames(feed, { "n", "end" });
+    ASSERT_TRUE(waitUntil([&] {
+        sendFrames(feed, { "n", "end" });
         return !posted().empty() && posted().back() == end;
     }));
     auto const all = posted();
@@ -195,7 +195,7 @@ TEST_F(HttpBridgeTest, InputBeyondItsQueueIsDroppedWhileAPostIsPending)
 
 TEST_F(HttpBridgeTest, StreamsWithoutNameOrValidUrlAreSkipped)
 {
-    zeltest::TraceCapture information(0x60);
+    TraceCapture information(0x60);
     zelmsg::DataStream noAddress;
     noAddress.SetName("noaddress");
     startBridge({ target("", { sink.url("/unnamed") }), noAddress, target("badurl", { "http://127.0.0.1:99999/x" }),
@@ -265,8 +265,8 @@ TEST_F(HttpBridgeTest, AFailureInsideTheEventLoopEndsTheThreadWithoutCrossingQt)
     };
     {
         zel::ZmqControllableThread<FailingBridge> thread(std::make_unique<FailingBridge>());
-        ASSERT_EQ(request(zeltest::processorIdentity("g", "failing"),
-                      Helper::makeConnectStreamMessage("in", publisher.address, std::vector<std::string> {})),
+        ASSERT_EQ(
+            ask("failing", Helper::makeConnectStreamMessage("in", publisher.address, std::vector<std::string> {})),
             "Success");
         EXPECT_TRUE(publisher.sendUntil("any", "x", [&] { return thread.isFinished(); }));
     } // release and delete after the failure

@@ -21,7 +21,7 @@ namespace {
 
 QString repositoryKey(std::string const& group, std::string const& processor)
 {
-    return QString::fromStdString(zeltest::processorIdentity(group, processor));
+    return QString::fromStdString(processorIdentity(group, processor));
 }
 
 // The bridge "q" in group "g", whose si_message reaches this thread.
@@ -31,7 +31,7 @@ protected:
     // Creates and connects the bridge, and publishes "<warmType>: warm" until one arrives.
     void startBridge(std::vector<std::string> const& filters, std::string const& warmType)
     {
-        ASSERT_EQ(create("QtBridge", "q"), "Success");
+        ASSERT_EQ(create("q", "QtBridge"), "Success");
         auto* const bridge = qobject_cast<zel::QtBridge*>(zel::QtRepository::getQObject(repositoryKey("g", "q")));
         ASSERT_NE(bridge, nullptr);
         QObject::connect(
@@ -49,7 +49,7 @@ protected:
 
     bool waitFor(size_t count)
     {
-        return zeltest::waitUntil([&] { return received.size() >= count; });
+        return waitUntil([&] { return received.size() >= count; });
     }
 
     QObject receiver; // lives on this thread
@@ -68,8 +68,8 @@ TEST_F(QtBridgeTest, TheRepositoryHoldsEachBridgeFromCreateToDelete)
     EXPECT_NE(inG, inH);
 
     // The entry is there when the Create is answered.
-    ASSERT_EQ(create("QtBridge", "q"), "Success");
-    ASSERT_EQ(create("QtBridge", "q", {}, "h"), "Success");
+    ASSERT_EQ(create("q", "QtBridge"), "Success");
+    ASSERT_EQ(create("q", "QtBridge", {}, "h"), "Success");
     QPointer<QObject> const first = zel::QtRepository::getQObject(inG);
     QPointer<QObject> const second = zel::QtRepository::getQObject(inH);
     ASSERT_NE(qobject_cast<zel::QtBridge*>(first.data()), nullptr);

@@ -1,30 +1,22 @@
 #include "controlplane/labplugin.h"
 
-#include "support/controlclient.h"
-#include "support/rawpeers.h"
+#include "support/environmenttest.h"
 
-#include <zel/controlmessagehelper.h>
-#include <zel/environment.h>
-#include <zel/pluginmanager.h>
 #include <zel/processorinfo.h>
 #include <zel/streamprocessor.h>
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <optional>
 #include <string>
 
 using namespace std::chrono_literals;
-using Helper = zel::ControlMessageHelper;
+using namespace zeltest;
 using cptest::Journal;
-using zeltest::outcome;
 
 namespace {
 
 // The plug-in "probe", its one probe "p" connected to the test's publisher, and what the test
 // shares with it.
-class BatchingTest : public testing::Test, public zel::Plugin
+class BatchingTest : public EnvironmentTest, public zel::Plugin
 {
 public:
     Journal log; // the data each wake-up served, joined by commas
@@ -35,26 +27,11 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(plugins->registerPlugin(this));
-        environment = std::make_unique<zel::Environment>(plugins, zel::routerFrontendAddressDefault);
-        client = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
-        std::string const source = "inproc://batching";
-        publisher.bind(source);
-        ASSERT_EQ(outcome(client->request(zeltest::managerIdentity(), Helper::makeCreateProcessorGroupMessage("g"))),
+        EnvironmentTest::SetUp();
+        publisher.bind("inproc://batching");
+        ASSERT_EQ(create("p", "probe.Probe", Helper::makeProcessorConfig("p", "inproc://batchingp")), "Success");
+        ASSERT_EQ(ask("p", Helper::makeConnectStreamMessage("in", "inproc://batching", std::vector<std::string>())),
             "Success");
-        auto const config = Helper::makeProcessorConfig("p", source + "p");
-        ASSERT_EQ(outcome(client->request(
-                      zeltest::groupIdentity("g"), Helper::makeCreateProcessorMessage("probe.Probe", "p", config))),
-            "Success");
-        ASSERT_EQ(outcome(client->request(zeltest::processorIdentity("g", "p"),
-                      Helper::makeConnectStreamMessage("in", source, std::vector<std::string>()))),
-            "Success");
-    }
-
-    void TearDown() override
-    {
-        client.reset();
-        environment.reset();
-        EXPECT_TRUE(zeltest::waitForNoRouter());
     }
 
     QString getName() const override { return QStringLiteral("probe"); }
@@ -64,22 +41,19 @@ protected:
     void publish(std::string const& type, int messages)
     {
         for (int i = 0; i < messages; ++i)
-            zeltest::sendFrames(publisher, { type, type == "n" ? std::to_string(i) : "" });
+            sendFrames(publisher, { type, type == "n" ? std::to_string(i) : "" });
     }
     // Holds go out until the probe sits in one; its subscription has then reached the publisher.
     bool hold()
     {
         go = false;
-        return zeltest::waitUntil([&] {
+        return waitUntil([&] {
             publish("hold", 1);
             return log.holding.load();
         });
     }
 
-    std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
-    std::unique_ptr<zel::Environment> environment;
-    std::unique_ptr<zeltest::ControlClient> client;
-    zmq::socket_t publisher = zeltest::makeSocket(zmq::socket_type::pub);
+    zmq::socket_t publisher = makeSocket(zmq::socket_type::pub);
 };
 
 // Serves what the test's batch says and notes each wake-up. A message of type "hold" keeps it in
@@ -109,7 +83,7 @@ protected:
             return;
         test.log.holding = true;
         zmq::pollitem_t stop { controlSocket->handle(), 0, ZMQ_POLLIN, 0 };
-        zeltest::waitUntil([&] { return test.go || zmq::poll(&stop, 1, 0ms) > 0; });
+        waitUntil([&] { return test.go || zmq::poll(&stop, 1, 0ms) > 0; });
         test.log.holding = false;
     }
 
@@ -135,7 +109,7 @@ TEST_F(BatchingTest, BatchesKeepOrderAndHoldUpRequestsAndStopsForOneBatchAtMost)
         go = true;
         QStringList arrived; // the numbered messages, and the wake-ups that served any
         int wakeUps = 0;
-        EXPECT_TRUE(zeltest::waitUntil([&] {
+        EXPECT_TRUE(waitUntil([&] {
             arrived.clear();
             wakeUps = 0;
             for (QString const& wakeUp : log.calls().mid(before)) {
@@ -152,9 +126,9 @@ TEST_F(BatchingTest, BatchesKeepOrderAndHoldUpRequestsAndStopsForOneBatchAtMost)
 
     // An input drained until empty would hold the request up as long as the flood lasts.
     publish("f", 5000);
-    client->send(zeltest::processorIdentity("g", "p"), Helper::makeGetParameterListMessage());
-    std::optional<zeltest::ControlClient::Reply> reply;
-    for (auto const end = std::chrono::steady_clock::now() + zeltest::defaultDeadline;
+    client->send(processorIdentity("g", "p"), Helper::makeGetParameterListMessage());
+    std::optional<ControlClient::Reply> reply;
+    for (auto const end = std::chrono::steady_clock::now() + defaultDeadline;
          !reply && std::chrono::steady_clock::now() < end; reply = client->receive(0ms))
         publish("f", 1000);
     EXPECT_EQ(reply ? outcome(reply->record) : "no reply", "Error: Cannot get list of parameters");
@@ -163,7 +137,7 @@ TEST_F(BatchingTest, BatchesKeepOrderAndHoldUpRequestsAndStopsForOneBatchAtMost)
     ASSERT_TRUE(hold());
     int const before = log.calls().size();
     publish("f", 5000);
-    client->send(zeltest::groupIdentity("g"), Helper::makeDeleteProcessorMessage("p"));
+    client->send(groupIdentity("g"), Helper::makeDeleteProcessorMessage("p"));
     auto const deleted = client->receive();
     EXPECT_EQ(deleted ? outcome(deleted->record) : "no reply", "Success");
     ASSERT_EQ(log.calls().size(), before + 1);

@@ -1,27 +1,18 @@
-#include "support/controlclient.h"
-#include "support/polling.h"
+#include "support/environmenttest.h"
 #include "support/printers.h"
-#include "support/rawpeers.h"
-
-#include <zel/controlmessagehelper.h>
-#include <zel/environment.h>
-#include <zel/zelmsg/controlmessage.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <QRegularExpression>
 
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
-using Helper = zel::ControlMessageHelper;
-using zeltest::outcome;
+using namespace zeltest;
 
 // A publisher that shows what its subscribers subscribe: "\1topic" for a subscription. Verbose, so
 // that a topic subscribed again shows up again.
@@ -35,88 +26,68 @@ public:
         address = socket.get(zmq::sockopt::last_endpoint);
     }
 
-    std::optional<std::string> next(std::chrono::milliseconds deadline = zeltest::defaultDeadline)
+    std::optional<std::string> next(std::chrono::milliseconds deadline = defaultDeadline)
     {
-        auto const frames = zeltest::receiveFrames(socket, deadline);
+        auto const frames = receiveFrames(socket, deadline);
         return frames ? std::optional<std::string>(frames->front()) : std::nullopt;
     }
 
-    void publish(std::string const& type, std::string const& data) { zeltest::sendFrames(socket, { type, data }); }
+    void publish(std::string const& type, std::string const& data) { sendFrames(socket, { type, data }); }
 
     std::string address;
 
 private:
-    zmq::socket_t socket = zeltest::makeSocket(zmq::socket_type::xpub);
+    zmq::socket_t socket = makeSocket(zmq::socket_type::xpub);
 };
 
 std::string subscribe(std::string const& topic) { return '\1' + topic; }
 
-// One Environment with the demo plug-in and a group "g"; most tests need a Counter "counter".
-class StreamProcessorTest : public testing::Test
+// The demo plug-in's processors in group "g"; most tests need a Counter "counter".
+class StreamProcessorTest : public EnvironmentTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(outcome(client->request(zeltest::managerIdentity(), Helper::makeCreateProcessorGroupMessage("g"))),
-            "Success");
-    }
-
-    std::string toGroup(zelmsg::ControlMessage const& record)
-    {
-        return outcome(client->request(zeltest::groupIdentity("g"), record));
-    }
-
-    std::string create(std::string const& name, std::string const& type, zelmsg::Processor const& config)
-    {
-        return toGroup(Helper::makeCreateProcessorMessage(type, name, config));
-    }
-
     void createCounter()
     {
         ASSERT_EQ(create("counter", "demo.Counter", Helper::makeProcessorConfig("c", "inproc://st-c")), "Success");
     }
 
-    std::optional<zelmsg::ControlMessage> ask(std::string const& processor, zelmsg::ControlMessage const& record)
+    std::optional<Record> request(std::string const& processor, Record const& record)
     {
-        return client->request(zeltest::processorIdentity("g", processor), record);
+        return client->request(processorIdentity("g", processor), record);
     }
 
     std::string connect(std::string const& address, std::vector<std::string> const& filters = {})
     {
-        return outcome(ask("counter", Helper::makeConnectStreamMessage("in", address, filters)));
+        return ask("counter", Helper::makeConnectStreamMessage("in", address, filters));
     }
 
     // The filters of the Counter's one source.
     QVector<QString> filters()
     {
-        auto const reply = ask("counter", Helper::makeQuerySourcesMessage());
+        auto const reply = request("counter", Helper::makeQuerySourcesMessage());
         return reply && reply->GetDataSource().size() == 1 ? reply->GetDataSource()[0].GetFilter()
                                                            : QVector<QString> { "?" };
     }
 
     void set(std::string const& processor, std::string const& name, std::string const& value)
     {
-        EXPECT_EQ(outcome(ask(processor, Helper::makeSetParameterMessage(name, value))), "Success: " + value) << name;
+        EXPECT_EQ(ask(processor, Helper::makeSetParameterMessage(name, value)), "Success: " + value) << name;
     }
 
     std::uint64_t number(std::string const& processor, std::string const& name)
     {
-        auto const reply = ask(processor, Helper::makeGetParameterMessage(name));
+        auto const reply = request(processor, Helper::makeGetParameterMessage(name));
         return reply ? reply->GetParameter().toULongLong() : 0;
     }
 
     std::string resolve(std::string const& stream)
     {
-        auto const reply = client->request(zeltest::nameServiceIdentity("g"), Helper::makeResolveStreamMessage(stream));
+        auto const reply = client->request(nameServiceIdentity("g"), Helper::makeResolveStreamMessage(stream));
         if (outcome(reply) != "Success")
             return outcome(reply);
         return reply->GetProcessorName().toStdString() + " "
             + reply->GetStreamAddresses().toList().join(QLatin1Char(' ')).toStdString();
     }
-
-    std::unique_ptr<zel::Environment> environment = std::make_unique<zel::Environment>();
-    std::unique_ptr<zeltest::ControlClient> client
-        = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
 };
 
 } // namespace
@@ -151,12 +122,12 @@ TEST_F(StreamProcessorTest, ConnectingTwiceMergesFiltersOverOneConnectionAndStop
 
     // A second connection would repeat a, b and c, and a Stop that unsubscribes would send "\0a";
     // each reply came after its socket operations, so one short look is enough.
-    EXPECT_EQ(outcome(ask("counter", Helper::makeStopStreamMessage(""))), "Success");
+    EXPECT_EQ(ask("counter", Helper::makeStopStreamMessage("")), "Success");
     EXPECT_EQ(publisher.next(300ms), std::nullopt);
     // Stopped, it still counts what comes in, and only what begins with a filter.
     publisher.publish("x", "22");
     publisher.publish("a-last", "4444");
-    EXPECT_TRUE(zeltest::waitUntil([&] { return number("counter", "count") >= 1; }));
+    EXPECT_TRUE(waitUntil([&] { return number("counter", "count") >= 1; }));
     EXPECT_EQ(number("counter", "bytes"), 4u);
 }
 
@@ -171,7 +142,7 @@ TEST_F(StreamProcessorTest, EmptyFilterListSubscribesEverythingForGood)
     EXPECT_EQ(filters(), QVector<QString>());
 
     publisher.publish("zzz", "1");
-    EXPECT_TRUE(zeltest::waitUntil([&] { return number("counter", "count") == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return number("counter", "count") == 1; }));
 }
 
 TEST_F(StreamProcessorTest, StreamNameIsHeldFromStartToDelete)
@@ -183,7 +154,7 @@ TEST_F(StreamProcessorTest, StreamNameIsHeldFromStartToDelete)
     EXPECT_EQ(resolve("s"), "first inproc://st-first");
     EXPECT_EQ(create("third", "demo.Counter", Helper::makeProcessorConfig("t", "inproc://st-second")), "Success");
 
-    EXPECT_EQ(toGroup(Helper::makeDeleteProcessorMessage("first")), "Success");
+    EXPECT_EQ(remove("first"), "Success");
     EXPECT_EQ(resolve("s"), "Error: Error: 's' does not exist");
     EXPECT_EQ(create("fourth", "demo.Counter", Helper::makeProcessorConfig("s", "inproc://st-first")), "Success");
 }
@@ -196,7 +167,7 @@ TEST_F(StreamProcessorTest, GeneratorOnAWildcardAddressToCounterWithoutGaps)
     createCounter();
 
     // The bound port is what is reported and registered.
-    auto const reply = ask("gen", Helper::makeQueryStreamsMessage());
+    auto const reply = request("gen", Helper::makeQueryStreamsMessage());
     ASSERT_TRUE(reply && reply->GetDataStream().size() == 1);
     QVector<QString> const addresses = reply->GetDataStream()[0].GetAddress();
     ASSERT_EQ(addresses.size(), 2);
@@ -211,22 +182,22 @@ TEST_F(StreamProcessorTest, GeneratorOnAWildcardAddressToCounterWithoutGaps)
     set("gen", "size", "8");
     set("gen", "rate", "1000");
     EXPECT_EQ(connect(numbers), "Success");
-    ASSERT_TRUE(zeltest::waitUntil([&] { return number("counter", "count") > 0; }));
-    EXPECT_EQ(outcome(ask("gen", Helper::makeStopStreamMessage(""))), "Success");
+    ASSERT_TRUE(waitUntil([&] { return number("counter", "count") > 0; }));
+    EXPECT_EQ(ask("gen", Helper::makeStopStreamMessage("")), "Success");
 
     // Then 2000 messages of 100 bytes; small ones may still be on their way, so bytes tell the run.
     std::uint64_t const warmUp = number("gen", "sent");
     set("gen", "size", "100");
     set("gen", "count", std::to_string(warmUp + 2000));
     set("gen", "rate", "2000");
-    EXPECT_EQ(outcome(ask("gen", Helper::makeStartStreamMessage(""))), "Success");
+    EXPECT_EQ(ask("gen", Helper::makeStartStreamMessage("")), "Success");
     auto runMessages = [&]() -> std::uint64_t {
         // Count, bytes, count again: the bytes belong to the count when nothing came in between.
         std::uint64_t const count = number("counter", "count");
         std::uint64_t const bytes = number("counter", "bytes");
         return number("counter", "count") == count ? (bytes - 8 * count) / (100 - 8) : 0;
     };
-    EXPECT_TRUE(zeltest::waitUntil([&] { return runMessages() == 2000; })) << runMessages();
+    EXPECT_TRUE(waitUntil([&] { return runMessages() == 2000; })) << runMessages();
     EXPECT_EQ(number("counter", "gaps"), 0u);
     EXPECT_EQ(number("gen", "sent"), warmUp + 2000);
 }

@@ -56,8 +56,9 @@ void ControlClient::sendRaw(std::string const& identity, std::string const& payl
 
 std::optional<ControlClient::Reply> ControlClient::receive(std::chrono::milliseconds deadline)
 {
-    auto const frames = receiveFrames(socket, deadline);
-    if (!frames)
+    std::optional<Frames> frames;
+    if (!waitUntil(
+            [&] { return (frames = receiveFrames(socket, std::chrono::milliseconds(0))).has_value(); }, deadline))
         return std::nullopt;
     if (frames->size() != 3 || !(*frames)[0].empty() || (*frames)[1].empty() || (*frames)[1].back() != '\0') {
         ADD_FAILURE() << "a reply of " << frames->size() << " frames, not empty, identity, payload";

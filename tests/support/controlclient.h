@@ -41,7 +41,8 @@ public:
 
     void send(std::string const& identity, zelmsg::ControlMessage const& record);
     void sendRaw(std::string const& identity, std::string const& payload);
-    // The next message, whoever sent it; nothing when none came within the deadline.
+    // The next message, whoever sent it; nothing when none came within the deadline. Serves Qt
+    // events meanwhile: a server on this thread may have to answer a processor first.
     std::optional<Reply> receive(std::chrono::milliseconds deadline = defaultDeadline);
 
 private:

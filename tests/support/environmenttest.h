@@ -1,0 +1,42 @@
+#pragma once
+
+#include "controlclient.h"
+
+#include <zel/controlmessagehelper.h>
+#include <zel/environment.h>
+#include <zel/pluginmanager.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace zeltest {
+
+using Helper = zel::ControlMessageHelper;
+using Record = zelmsg::ControlMessage;
+
+// A running Environment with the group "g", driven through its frontend as a client outside would.
+// One Environment per process at a time: each test's is gone before the next begins.
+class EnvironmentTest : public testing::Test
+{
+protected:
+    // Plug-ins of the test are registered before this runs.
+    void SetUp() override;
+    void TearDown() override;
+
+    // One exchange each, in the words of outcome().
+    std::string toManager(Record const& record);
+    std::string toGroup(Record const& record, std::string const& group = "g");
+    std::string ask(std::string const& processor, Record const& record);
+    std::string createGroup(std::string const& group);
+    std::string create(std::string const& name, std::string const& type, zelmsg::Processor const& config = {},
+        std::string const& group = "g");
+    std::string remove(std::string const& name);
+
+    std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
+    std::unique_ptr<zel::Environment> environment;
+    std::unique_ptr<ControlClient> client;
+};
+
+} // namespace zeltest
