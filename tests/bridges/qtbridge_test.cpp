@@ -1,9 +1,6 @@
 #include "bridgetest.h"
 
-#include <zel/baseplugin.h>
 #include <zel/endpoints.h>
-#include <zel/httpbridge.h>
-#include <zel/processorinfo.h>
 #include <zel/qtbridge.h>
 #include <zel/qtrepository.h>
 
@@ -11,7 +8,6 @@
 #include <QPointer>
 #include <QThread>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -69,7 +65,8 @@ TEST_F(QtBridgeTest, TheRepositoryHoldsEachBridgeFromCreateToDelete)
 
     // The entry is there when the Create is answered.
     ASSERT_EQ(create("q", "QtBridge"), "Success");
-    ASSERT_EQ(create("q", "QtBridge", {}, "h"), "Success");
+    ASSERT_EQ(create("q", "base.QtBridge", {}, "h"), "Success");
+    EXPECT_EQ(create("x", "base.QTBRIDGE"), "Error: Processor of type 'base.QTBRIDGE' could not be created.");
     QPointer<QObject> const first = zel::QtRepository::getQObject(inG);
     QPointer<QObject> const second = zel::QtRepository::getQObject(inH);
     ASSERT_NE(qobject_cast<zel::QtBridge*>(first.data()), nullptr);
@@ -94,19 +91,4 @@ TEST_F(QtBridgeTest, MessagesArriveQueuedWithTypeFirstAndDataSecond)
     ASSERT_TRUE(waitFor(3));
     EXPECT_EQ(received, (std::vector<std::string> { "a: payload", "a: ", "b: end" }));
     EXPECT_TRUE(onReceiverThread);
-}
-
-TEST(BasePluginTest, MakesBothBridgesByBareAndDottedTypeAndNothingElse)
-{
-    zel::BasePlugin plugin;
-    auto const make = [&](std::string const& type) {
-        return std::unique_ptr<zel::ProcessorBase>(
-            plugin.createProcessor(zel::ProcessorInfo({}, type, "p", "G", zel::internalAddressPrefixDefault)));
-    };
-    EXPECT_NE(dynamic_cast<zel::QtBridge*>(make("QtBridge").get()), nullptr);
-    EXPECT_NE(dynamic_cast<zel::QtBridge*>(make("base.QtBridge").get()), nullptr);
-    EXPECT_NE(dynamic_cast<zel::HttpBridge*>(make("HttpBridge").get()), nullptr);
-    EXPECT_NE(dynamic_cast<zel::HttpBridge*>(make("base.HttpBridge").get()), nullptr);
-    for (std::string const type : { "qtbridge", "base.HTTPBRIDGE", "" })
-        EXPECT_EQ(make(type), nullptr) << type;
 }

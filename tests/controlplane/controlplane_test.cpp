@@ -61,15 +61,13 @@ Behaviour subscribing(std::vector<std::string> names, bool refuseAll = false)
 
 } // namespace
 
-TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderAndReplacedWholeAtTheSameAddresses)
+TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderReplacedWholeAtTheSameAddressesAndEndWithTheEnvironment)
 {
     for (std::string const name : { "b", "B", "x,y" })
         EXPECT_EQ(createGroup(name), "Success") << name;
     // A comma is taken, though the list then reads as one more group.
     EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: B,b,g,x,y");
     EXPECT_EQ(createGroup("g"), "Error: A group with the name 'g' already exists.");
-    EXPECT_EQ(
-        toManager(Helper::makeDeleteProcessorGroupMessage("zz")), "Error: A group with the name 'zz' does not exists.");
 
     auto const p1 = makeRecorder("p1", slowRelease());
     std::string const nameService = nameServiceIdentity("g");
@@ -84,17 +82,12 @@ TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderAndReplacedWholeAtTheSameAddr
     auto const resolved = client->request(nameService, Helper::makeResolveStreamMessage("s"));
     ASSERT_TRUE(resolved) << "the new name service answers under the old name";
     EXPECT_EQ(resolved->GetResultType(), Record::Error) << "and knows nothing of the old one's streams";
-    makeRecorder("p1");
-    EXPECT_EQ(ask("p1", Helper::makeGetParameterListMessage()), "Success: ");
-}
-
-TEST_F(ControlPlaneTest, DestroyingTheEnvironmentStopsEveryGroupAndProcessor)
-{
-    ASSERT_EQ(createGroup("h"), "Success");
     Behaviour idle;
     idle.idlePeriod = 0;
     std::vector<std::shared_ptr<Journal>> const journals { makeRecorder("p1"), makeRecorder("p2", idle),
-        makeRecorder("p3", slowRelease(), "h") };
+        makeRecorder("p3", slowRelease(), "b") };
+    EXPECT_EQ(ask("p1", Helper::makeGetParameterListMessage()), "Success: ");
+
     environment.reset();
     for (auto const& journal : journals) {
         EXPECT_TRUE(journal->released);
@@ -115,7 +108,6 @@ TEST_F(ControlPlaneTest, CreatesListsAndDeletesProcessors)
     EXPECT_EQ(queryProcessors(), "Success: P,p1,p2");
     EXPECT_EQ(create("p1", "lab.Recorder"), "Error: A processor with the name 'p1' already exists in group 'g'.");
     EXPECT_FALSE(p1->destroyed);
-    EXPECT_EQ(create("q", "Nope"), "Error: Processor of type 'Nope' could not be created.");
     EXPECT_EQ(remove("x"), "Error: A processor with the name 'x' does not exists.");
 
     EXPECT_EQ(remove("p1"), "Success");

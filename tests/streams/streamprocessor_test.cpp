@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <QRegularExpression>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -108,7 +106,7 @@ TEST_F(StreamProcessorTest, BadStreamConfigurationsRefuseTheCreateAndLeaveNothin
     EXPECT_EQ(resolve("one"), "Error: Error: 'one' does not exist");
 }
 
-TEST_F(StreamProcessorTest, ConnectingTwiceMergesFiltersOverOneConnectionAndStopKeepsThem)
+TEST_F(StreamProcessorTest, ConnectingTwiceMergesFiltersOverOneConnectionStopKeepsThemAndNoFiltersIsAll)
 {
     createCounter();
     // Over TCP ZeroMQ itself ignores a second connect to one endpoint; over inproc it would not.
@@ -129,20 +127,12 @@ TEST_F(StreamProcessorTest, ConnectingTwiceMergesFiltersOverOneConnectionAndStop
     publisher.publish("a-last", "4444");
     EXPECT_TRUE(waitUntil([&] { return number("counter", "count") >= 1; }));
     EXPECT_EQ(number("counter", "bytes"), 4u);
-}
 
-TEST_F(StreamProcessorTest, EmptyFilterListSubscribesEverythingForGood)
-{
-    createCounter();
-    SubscriptionWatcher publisher;
-    EXPECT_EQ(connect(publisher.address, { "a" }), "Success");
-    EXPECT_EQ(publisher.next(), subscribe("a"));
     EXPECT_EQ(connect(publisher.address, {}), "Success");
     EXPECT_EQ(publisher.next(), subscribe(""));
     EXPECT_EQ(filters(), QVector<QString>());
-
     publisher.publish("zzz", "1");
-    EXPECT_TRUE(waitUntil([&] { return number("counter", "count") == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return number("counter", "count") == 2; }));
 }
 
 TEST_F(StreamProcessorTest, StreamNameIsHeldFromStartToDelete)
@@ -171,8 +161,7 @@ TEST_F(StreamProcessorTest, GeneratorOnAWildcardAddressToCounterWithoutGaps)
     ASSERT_TRUE(reply && reply->GetDataStream().size() == 1);
     QVector<QString> const addresses = reply->GetDataStream()[0].GetAddress();
     ASSERT_EQ(addresses.size(), 2);
-    EXPECT_TRUE(QRegularExpression("^tcp://127\\.0\\.0\\.1:[1-9][0-9]*$").match(addresses[0]).hasMatch())
-        << addresses[0].toStdString();
+    EXPECT_TRUE(isBoundLoopback(addresses[0])) << addresses[0].toStdString();
     EXPECT_EQ(addresses[1], "inproc://st-n");
     EXPECT_EQ(resolve("numbers"), "gen " + addresses.toList().join(QLatin1Char(' ')).toStdString());
     std::string const numbers = addresses[0].toStdString();

@@ -8,8 +8,6 @@
 #include <zel/processorerror.h>
 #include <zel/zelmsg/datastream.h>
 
-#include <QRegularExpression>
-
 using zel::ControlMessageHelper;
 using zel::Endpoints;
 using zeltest::outcome;
@@ -19,14 +17,6 @@ using Addresses = std::vector<std::string>;
 namespace {
 
 std::string const prefix = zel::internalAddressPrefixDefault;
-
-// A loopback endpoint with a concrete port, as a wildcard bind reports it.
-bool isBoundLoopback(std::string const& endpoint)
-{
-    // Not std::regex: GCC 12 warns of its insides in sanitizer builds, and warnings are errors.
-    static QRegularExpression const pattern(QStringLiteral("^tcp://127\\.0\\.0\\.1:[1-9][0-9]*$"));
-    return pattern.match(QString::fromStdString(endpoint)).hasMatch();
-}
 
 std::string xmlOf(Record const& record) { return record.GetXmlString().toUtf8().toStdString(); }
 
@@ -124,7 +114,7 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
 
     Addresses const bound = ControlMessageHelper::fromQStringVector(stream.GetAddress());
     ASSERT_EQ(bound.size(), 2u);
-    EXPECT_TRUE(isBoundLoopback(bound[0])) << bound[0];
+    EXPECT_TRUE(zeltest::isBoundLoopback(QString::fromStdString(bound[0]))) << bound[0];
     EXPECT_EQ(bound[1], "inproc://initializer-test-frames");
     zmq::socket_t squatter = zeltest::makeSocket(zmq::socket_type::pub);
     EXPECT_THROW(squatter.bind(bound[0]), zmq::error_t) << "the concrete port is not held by the publisher";
@@ -144,6 +134,6 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
         EXPECT_EQ(std::string(e.what()), secondEndpoint + ": Stream 'frames'could not be registered at nameservice");
     }
     // Bound all the same, and the service's reason stays with the client.
-    EXPECT_TRUE(isBoundLoopback(second.GetAddress().value(0).toStdString()));
+    EXPECT_TRUE(zeltest::isBoundLoopback(second.GetAddress().value(0)));
     EXPECT_EQ(names->getLastMessageText(), "Error: 'frames' already exists");
 }
