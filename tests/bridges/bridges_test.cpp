@@ -1,24 +1,91 @@
-#include "bridgetest.h"
-
+#include "support/environmenttest.h"
+#include "support/printers.h"
 #include "support/tracecapture.h"
 
 #include "httpsink.h"
 
 #include <zel/httpbridge.h>
+#include <zel/qtbridge.h>
+#include <zel/qtrepository.h>
 #include <zel/zmqcontrollablethread.h>
 
 #include <QNetworkReply>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QSysInfo>
+#include <QThread>
 
 #include <chrono>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-using namespace brtest;
-
 namespace {
+
+using namespace std::chrono_literals;
+using namespace zeltest;
+
+// The source of a stream, as another processor would be: a PUB on loopback TCP.
+class Publisher
+{
+public:
+    Publisher()
+    {
+        socket.bind("tcp://127.0.0.1:*");
+        address = socket.get(zmq::sockopt::last_endpoint);
+    }
+
+    void send(std::vector<std::string> const& frames) { sendFrames(socket, frames); }
+    void send(std::string const& type, std::string const& data) { send({ type, data }); }
+
+    // A subscriber misses what is sent before its subscription has reached this socket, so the
+    // message goes out again every few milliseconds until `arrived` holds.
+    template <class Condition> bool sendUntil(std::string const& type, std::string const& data, Condition arrived)
+    {
+        auto next = std::chrono::steady_clock::now();
+        return waitUntil([&] {
+            if (arrived())
+                return true;
+            if (std::chrono::steady_clock::now() >= next) {
+                send(type, data);
+                next = std::chrono::steady_clock::now() + 25ms;
+            }
+            return false;
+        });
+    }
+
+    std::string address;
+
+private:
+    zmq::socket_t socket = makeSocket(zmq::socket_type::pub);
+};
+
+class BridgeTest : public EnvironmentTest
+{
+protected:
+    void TearDown() override
+    {
+        // Deleted while this thread serves events: a server here can end a POST in flight.
+        for (std::string const group : { "g", "h" })
+            toManager(Helper::makeDeleteProcessorGroupMessage(group));
+        EnvironmentTest::TearDown();
+    }
+
+    std::string connect(std::string const& processor, std::vector<std::string> const& filters)
+    {
+        return ask(processor, Helper::makeConnectStreamMessage("in", publisher.address, filters));
+    }
+    std::string start(std::string const& processor, std::string const& stream)
+    {
+        return ask(processor, Helper::makeStartStreamMessage(stream));
+    }
+    std::string stop(std::string const& processor, std::string const& stream)
+    {
+        return ask(processor, Helper::makeStopStreamMessage(stream));
+    }
+
+    Publisher publisher;
+};
 
 using Clock = std::chrono::steady_clock;
 
@@ -249,4 +316,84 @@ TEST_F(HttpBridgeTest, AFailureInsideTheEventLoopEndsTheThreadWithoutCrossingQt)
     } // release and delete after the failure
     qInstallMessageHandler(previous);
     EXPECT_EQ(qtMessages, QStringList());
+}
+
+namespace {
+
+QString repositoryKey(std::string const& group, std::string const& processor)
+{
+    return QString::fromStdString(processorIdentity(group, processor));
+}
+
+// The bridge "q" in group "g", whose si_message reaches this thread.
+class QtBridgeTest : public BridgeTest
+{
+protected:
+    // Creates and connects the bridge, and publishes "<warmType>: warm" until one arrives.
+    void startBridge(std::vector<std::string> const& filters, std::string const& warmType)
+    {
+        ASSERT_EQ(create("q", "QtBridge"), "Success");
+        auto* const bridge = qobject_cast<zel::QtBridge*>(zel::QtRepository::getQObject(repositoryKey("g", "q")));
+        ASSERT_NE(bridge, nullptr);
+        QObject::connect(
+            bridge, &zel::QtBridge::si_message, &receiver,
+            [this](QByteArray const& type, QByteArray const& data) {
+                if (data != "warm")
+                    received.push_back(type.toStdString() + ": " + data.toStdString());
+                onReceiverThread = onReceiverThread && QThread::currentThread() == receiver.thread();
+                warm = true;
+            },
+            Qt::QueuedConnection);
+        ASSERT_EQ(connect("q", filters), "Success");
+        ASSERT_TRUE(publisher.sendUntil(warmType, "warm", [&] { return warm; }));
+    }
+
+    bool waitFor(size_t count)
+    {
+        return waitUntil([&] { return received.size() >= count; });
+    }
+
+    QObject receiver; // lives on this thread
+    std::vector<std::string> received; // all but the warm-ups
+    bool onReceiverThread = true;
+    bool warm = false;
+};
+
+} // namespace
+
+TEST_F(QtBridgeTest, TheRepositoryHoldsEachBridgeFromCreateToDelete)
+{
+    ASSERT_EQ(createGroup("h"), "Success");
+    QString const inG = repositoryKey("g", "q");
+    QString const inH = repositoryKey("h", "q");
+    EXPECT_NE(inG, inH);
+
+    // The entry is there when the Create is answered.
+    ASSERT_EQ(create("q", "QtBridge"), "Success");
+    ASSERT_EQ(create("q", "base.QtBridge", {}, "h"), "Success");
+    EXPECT_EQ(create("x", "base.QTBRIDGE"), "Error: Processor of type 'base.QTBRIDGE' could not be created.");
+    QPointer<QObject> const first = zel::QtRepository::getQObject(inG);
+    QPointer<QObject> const second = zel::QtRepository::getQObject(inH);
+    ASSERT_NE(qobject_cast<zel::QtBridge*>(first.data()), nullptr);
+    ASSERT_NE(qobject_cast<zel::QtBridge*>(second.data()), nullptr);
+    EXPECT_NE(first.data(), second.data());
+
+    EXPECT_EQ(remove("q"), "Success");
+    EXPECT_TRUE(zel::QtRepository::getQObject(inG).isNull());
+    EXPECT_TRUE(first.isNull()) << "the bridge is gone with its entry";
+    EXPECT_EQ(zel::QtRepository::getQObject(inH).data(), second.data());
+}
+
+TEST_F(QtBridgeTest, MessagesArriveQueuedWithTypeFirstAndDataSecond)
+{
+    startBridge({}, "a");
+    // Neither Stop ends the catch-all subscription of the empty filter list.
+    EXPECT_EQ(stop("q", ""), "Success");
+    EXPECT_EQ(stop("q", "a"), "Success");
+    publisher.send("a", "payload");
+    publisher.send({ "a" }); // the type frame alone
+    publisher.send("b", "end");
+    ASSERT_TRUE(waitFor(3));
+    EXPECT_EQ(received, (std::vector<std::string> { "a: payload", "a: ", "b: end" }));
+    EXPECT_TRUE(onReceiverThread);
 }
