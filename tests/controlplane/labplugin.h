@@ -103,27 +103,15 @@ protected:
 
     bool connect(QString const& streamName, QString const& streamAddress, QVector<QString> const& filters) override
     {
-        journal->note(
+        return did(
             QStringLiteral("connect %1 %2 %3").arg(streamName, streamAddress, QStringList(filters.toList()).join(',')));
-        return !behaviour.refuseAll;
     }
-
-    bool start(QString const& streamName) override
-    {
-        journal->note(QStringLiteral("start %1").arg(streamName));
-        return !behaviour.refuseAll;
-    }
-
-    bool stop(QString const& streamName) override
-    {
-        journal->note(QStringLiteral("stop %1").arg(streamName));
-        return !behaviour.refuseAll;
-    }
+    bool start(QString const& streamName) override { return did("start " + streamName); }
+    bool stop(QString const& streamName) override { return did("stop " + streamName); }
 
     bool setParameter(QString const& name, QString const& value) override
     {
-        journal->note(QStringLiteral("set %1=%2").arg(name, value));
-        if (behaviour.refuseAll)
+        if (!did(QStringLiteral("set %1=%2").arg(name, value)))
             return false;
         if (name == QLatin1String("idle")) {
             if (value == QLatin1String("off"))
@@ -147,9 +135,8 @@ protected:
 
     bool getParameterList(QStringList& list) override
     {
-        journal->note(QStringLiteral("list"));
         list = names;
-        return !behaviour.refuseAll;
+        return did("list");
     }
 
     bool startNewRecording(QString& value) override
@@ -178,6 +165,12 @@ protected:
     }
 
 private:
+    bool did(QString const& call)
+    {
+        journal->note(call);
+        return !behaviour.refuseAll;
+    }
+
     Behaviour behaviour;
     std::shared_ptr<Journal> journal;
     QStringList names;

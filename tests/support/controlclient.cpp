@@ -2,28 +2,10 @@
 
 #include <zel/controlmessagehelper.h>
 #include <zel/decodecontrolrecord.h>
-#include <zel/endpoints.h>
 
 #include <gtest/gtest.h>
 
 namespace zeltest {
-
-std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault); }
-
-std::string groupIdentity(std::string const& group)
-{
-    return zel::Endpoints::getGroupEndpoint(group, zel::internalAddressPrefixDefault);
-}
-
-std::string nameServiceIdentity(std::string const& group)
-{
-    return zel::Endpoints::getNameServiceEndpoint(group, zel::internalAddressPrefixDefault);
-}
-
-std::string processorIdentity(std::string const& group, std::string const& processor)
-{
-    return zel::Endpoints::getProcessorEndpoint(group, processor, zel::internalAddressPrefixDefault);
-}
 
 ControlClient::ControlClient(std::string const& frontendAddress)
     : socket(connectClient(frontendAddress))

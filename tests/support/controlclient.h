@@ -2,6 +2,7 @@
 
 #include "rawpeers.h"
 
+#include <zel/endpoints.h>
 #include <zel/zelmsg/controlmessage.h>
 
 #include <chrono>
@@ -10,12 +11,23 @@
 
 namespace zeltest {
 
-// Routing identities with the system's prefix: the group manager, a group, its name service, and
+inline std::string const internalPrefix = zel::internalAddressPrefixDefault;
+
+// Routing identities with the system's internalPrefix: the group manager, a group, its name service, and
 // a processor of a group.
-std::string managerIdentity();
-std::string groupIdentity(std::string const& group);
-std::string nameServiceIdentity(std::string const& group);
-std::string processorIdentity(std::string const& group, std::string const& processor);
+inline std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(internalPrefix); }
+inline std::string groupIdentity(std::string const& group)
+{
+    return zel::Endpoints::getGroupEndpoint(group, internalPrefix);
+}
+inline std::string nameServiceIdentity(std::string const& group)
+{
+    return zel::Endpoints::getNameServiceEndpoint(group, internalPrefix);
+}
+inline std::string processorIdentity(std::string const& group, std::string const& processor)
+{
+    return zel::Endpoints::getProcessorEndpoint(group, processor, internalPrefix);
+}
 
 // A client at the frontend of a running Environment, as a program outside would be: a DEALER that
 // sends empty, the target's identity with its NUL, and the record's XML; the answer comes back as

@@ -16,8 +16,6 @@ using Addresses = std::vector<std::string>;
 
 namespace {
 
-std::string const prefix = zel::internalAddressPrefixDefault;
-
 std::string xmlOf(Record const& record) { return record.GetXmlString().toUtf8().toStdString(); }
 
 // The name service of group "g", reached by its two doors: through the router as a client outside
@@ -28,7 +26,7 @@ protected:
     void SetUp() override
     {
         EnvironmentTest::SetUp();
-        names.emplace(Endpoints::getInternalNameServiceEndpoint("g", prefix), 10000);
+        names.emplace(Endpoints::getInternalNameServiceEndpoint("g", zeltest::internalPrefix), 10000);
     }
 
     std::string routed(std::string const& payload)
@@ -40,7 +38,7 @@ protected:
     static std::string direct(std::string const& payload)
     {
         zmq::socket_t socket = zeltest::makeSocket(zmq::socket_type::req);
-        socket.connect(Endpoints::getInternalNameServiceEndpoint("g", prefix));
+        socket.connect(Endpoints::getInternalNameServiceEndpoint("g", zeltest::internalPrefix));
         zeltest::sendFrames(socket, { payload });
         auto const reply = zeltest::receiveFrames(socket);
         if (!reply || reply->size() != 1)
@@ -109,7 +107,7 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
     stream.SetName("frames");
     stream.AppendAddress("tcp://127.0.0.1:*");
     stream.AppendAddress("inproc://initializer-test-frames");
-    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint("g", "pub1", prefix), "pub1", *names)
+    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint("g", "pub1", zeltest::internalPrefix), "pub1", *names)
         .initialize(publisher, stream);
 
     Addresses const bound = ControlMessageHelper::fromQStringVector(stream.GetAddress());
@@ -122,7 +120,7 @@ TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADupl
     EXPECT_EQ(processor, "pub1");
     EXPECT_EQ(addresses, bound);
 
-    std::string const secondEndpoint = Endpoints::getProcessorEndpoint("g", "pub2", prefix);
+    std::string const secondEndpoint = Endpoints::getProcessorEndpoint("g", "pub2", zeltest::internalPrefix);
     zmq::socket_t secondSocket = zeltest::makeSocket(zmq::socket_type::pub);
     zelmsg::DataStream second;
     second.SetName("frames");
