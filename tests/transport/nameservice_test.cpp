@@ -71,20 +71,10 @@ TEST_F(NameServiceTest, RegisterResolveAndDeregisterByEitherDoorOnOneStore)
     EXPECT_EQ(names->getLastMessageText(), "Error: 'never' does not exist");
     EXPECT_EQ(processor, "camera") << "a failed resolve leaves its outputs";
 
-    auto const resolved
-        = client->request(zeltest::nameServiceIdentity("g"), ControlMessageHelper::makeResolveStreamMessage("video"));
-    ASSERT_EQ(outcome(resolved), "Success");
-    EXPECT_EQ(resolved->GetStreamName(), QStringLiteral("video")) << "the reply is the request record";
-    EXPECT_EQ(resolved->GetProcessorName(), QStringLiteral("camera"));
-    EXPECT_EQ(ControlMessageHelper::fromQStringVector(resolved->GetStreamAddresses()), unsorted);
-
     EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))), "Success");
     EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))),
         "Error: Error: 'video' does not exist");
-    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeRegisterStreamMessage("video", "p2", "inproc://two"))), "Success");
-    EXPECT_TRUE(names->resolveStream("video", processor, addresses));
-    EXPECT_EQ(processor, "p2");
-    EXPECT_EQ(addresses, Addresses { "inproc://two" });
+    EXPECT_FALSE(names->resolveStream("video", processor, addresses)) << "one store behind both doors";
 }
 
 TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageTypeAtEitherDoor)
