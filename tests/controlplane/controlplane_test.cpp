@@ -41,7 +41,7 @@ protected:
     }
     std::string queryProcessors() { return toGroup(Helper::makeQueryProcessorsMessage()); }
 
-    LabPlugin lab; // outlives the plug-in manager, which does not own it
+    LabPlugin lab; // the plug-in manager, which does not own it, goes first, in TearDown
 };
 
 Behaviour slowRelease()
@@ -152,15 +152,32 @@ TEST_F(ControlPlaneTest, CreatesListsAndDeletesProcessorsAndRefusalsLeaveTheName
     EXPECT_EQ(queryProcessors(), "Success: P,p,p2,x/y");
 }
 
-TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
+TEST_F(ControlPlaneTest, SetParameterBroadcastsTheNameWithItsNulToTheSubscribersOfAPrefixOfIt)
 {
+    zmq::socket_t listener = makeSocket(zmq::socket_type::sub);
+    listener.set(zmq::sockopt::subscribe, "");
+    listener.connect(zel::Endpoints::getGroupBroadcastEndpoint("g", zel::internalAddressPrefixDefault));
+    // A new subscriber joins a publisher some time after its connect: publish until it hears.
+    ASSERT_TRUE(waitUntil([&] {
+        EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("warmup", "")), "Success: ");
+        return receiveFrames(listener, 50ms).has_value();
+    }));
+    while (receiveFrames(listener, 0ms)) { }
+
     auto const gain = makeRecorder("gain", subscribing({ "gain" }));
     auto const ga = makeRecorder("ga", subscribing({ "ga" }));
     auto const offset = makeRecorder("offset", subscribing({ "offset" }));
     auto const refusing = makeRecorder("refusing", subscribing({ "gain" }, true));
 
-    EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gain", "3")), "Success: 3");
+    Record const request = Helper::makeSetParameterMessage("gain", "3");
+    EXPECT_EQ(toGroup(request), "Success: 3");
     EXPECT_TRUE(refusing->waitForCall("set gain=3"));
+    auto const frames = receiveFrames(listener);
+    ASSERT_TRUE(frames && frames->size() == 2u);
+    EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
+    zel::ControlMessage envelope;
+    envelope.payload = QByteArray::fromStdString((*frames)[1]);
+    EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
     EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gainful", "2")), "Success: 2");
     EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gai", "0")), "Success: 0");
     EXPECT_TRUE(ga->waitForCall("set gai=0"));
@@ -176,43 +193,12 @@ TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
     EXPECT_FALSE(client->receive(200ms).has_value());
 }
 
-TEST_F(ControlPlaneTest, BroadcastsTheNameWithItsNulThenTheRequest)
-{
-    zmq::socket_t listener = makeSocket(zmq::socket_type::sub);
-    listener.set(zmq::sockopt::subscribe, "");
-    listener.connect(zel::Endpoints::getGroupBroadcastEndpoint("g", zel::internalAddressPrefixDefault));
-    // A new subscriber joins a publisher some time after its connect: publish until it hears.
-    ASSERT_TRUE(waitUntil([&] {
-        EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("warmup", "")), "Success: ");
-        return receiveFrames(listener, 50ms).has_value();
-    }));
-    while (receiveFrames(listener, 0ms)) { }
-
-    Record const request = Helper::makeSetParameterMessage("gain", "3");
-    ASSERT_EQ((toGroup(request)), "Success: 3");
-    auto const frames = receiveFrames(listener);
-    ASSERT_TRUE(frames);
-    ASSERT_EQ(frames->size(), 2u);
-    EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
-    zel::ControlMessage envelope;
-    envelope.payload = QByteArray::fromStdString((*frames)[1]);
-    EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
-}
-
 TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsText)
 {
     auto const journal = makeRecorder("p");
-    Behaviour refusingAll;
-    refusingAll.refuseAll = true;
-    makeRecorder("no", refusingAll);
-
-    struct Case
-    {
-        Record request;
-        std::string answer;
-        std::string refusal;
-    };
-    std::vector<Case> const cases {
+    makeRecorder("no", subscribing({}, true));
+    // The request, its answer by "p", and the refusal by "no".
+    std::vector<std::tuple<Record, std::string, std::string>> const cases {
         { Helper::makeGetParameterListMessage(), "Success: ", "Error: Cannot get list of parameters" },
         { Helper::makeConnectStreamMessage("in", "tcp://127.0.0.1:5555", std::vector<std::string> { "a", "b" }),
             "Success", "Error: Cannot connect to: in, tcp://127.0.0.1:5555" },
@@ -226,12 +212,12 @@ TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsTe
         { Helper::makeQuerySourcesMessage(), "Success", "Error: Cannot query sources" },
         { Helper::makeQueryStreamsMessage(), "Success", "Error: Cannot query streams" },
     };
-    for (Case const& c : cases) {
-        EXPECT_EQ(ask("p", c.request), c.answer);
-        auto const refused = client->request(processorIdentity("g", "no"), c.request);
-        EXPECT_EQ(outcome(refused), c.refusal);
+    for (auto const& [request, answer, refusal] : cases) {
+        EXPECT_EQ(ask("p", request), answer);
+        auto const refused = client->request(processorIdentity("g", "no"), request);
+        EXPECT_EQ(outcome(refused), refusal);
         if (refused) {
-            EXPECT_EQ(refused->GetParameter(), c.request.GetParameter()) << "a failure writes no value";
+            EXPECT_EQ(refused->GetParameter(), request.GetParameter()) << "a failure writes no value";
         }
     }
     EXPECT_EQ(ask("p", Helper::makeGetParameterMessage("nope")), "Error: Cannot get parameter: nope");

@@ -33,6 +33,7 @@ protected:
     {
         client.reset();
         environment.reset();
+        plugins.reset(); // before the plug-ins that the test registered
         EXPECT_TRUE(waitForNoRouter());
     }
 
