@@ -158,7 +158,6 @@ TEST_F(HttpBridgeTest, PostsKnownTypesInTheirFormAndSkipsStreamsWithoutNameOrVal
 {
     if (QSysInfo::ByteOrder != QSysInfo::LittleEndian)
         GTEST_SKIP() << "the expected bodies are those of a little-endian machine";
-    TraceCapture information(0x60);
     zelmsg::DataStream noAddress;
     noAddress.SetName("noaddress");
     startBridge({ target("bin", { sink.url("/bin") }), target("oct", { sink.url("/oct"), "application/octet-stream" }),
@@ -176,11 +175,8 @@ TEST_F(HttpBridgeTest, PostsKnownTypesInTheirFormAndSkipsStreamsWithoutNameOrVal
     EXPECT_EQ(posted(),
         (std::vector<std::string> { "/bin application/octet-stream DCBAHGFE", "/oct application/octet-stream DCBAEF",
             "/text text/plain ABCDEFGH" }));
-    QString const connected = QStringLiteral("HttpBridge: connect %1 to %2 content-type=%3");
-    QString const octets = QStringLiteral("application/octet-stream");
-    EXPECT_EQ(information.texts().filter(QRegularExpression("^HttpBridge: (connect|unknown) ")),
-        (QStringList { connected.arg("warm", sink.url("/warm"), octets), connected.arg("bin", sink.url("/bin"), octets),
-            connected.arg("oct", sink.url("/oct"), octets), connected.arg("text", sink.url("/text"), "text/plain") }));
+    // A skipped stream that had been connected would show: an unknown type, or a failed POST.
+    EXPECT_EQ(bridgeTraces(), QStringList());
 }
 
 TEST_F(HttpBridgeTest, FailedPostsAreTracedAndCostOneTimeOutEachEvenAtDelete)
