@@ -170,7 +170,7 @@ TEST_F(ControlPlaneTest, SetParameterBroadcastsTheNameWithItsNulToTheSubscribers
 
     Record const request = Helper::makeSetParameterMessage("gain", "3");
     EXPECT_EQ(toGroup(request), "Success: 3");
-    EXPECT_TRUE(refusing->waitForCall("set gain=3"));
+    EXPECT_TRUE(waitUntil([&] { return refusing->calls().contains("set gain=3"); }));
     auto const frames = receiveFrames(listener);
     ASSERT_TRUE(frames && frames->size() == 2u);
     EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
@@ -179,9 +179,9 @@ TEST_F(ControlPlaneTest, SetParameterBroadcastsTheNameWithItsNulToTheSubscribers
     EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
     EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gainful", "2")), "Success: 2");
     EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gai", "0")), "Success: 0");
-    EXPECT_TRUE(ga->waitForCall("set gai=0"));
+    EXPECT_TRUE(waitUntil([&] { return ga->calls().contains("set gai=0"); }));
     // Broadcasts and requests reach a processor by different sockets: wait for the broadcast first.
-    EXPECT_TRUE(gain->waitForCall("set gainful=2"));
+    EXPECT_TRUE(waitUntil([&] { return gain->calls().contains("set gainful=2"); }));
     for (std::string const processor : { "gain", "offset" })
         EXPECT_EQ(ask(processor, Helper::makeGetParameterListMessage()).substr(0, 7), "Success") << processor;
 

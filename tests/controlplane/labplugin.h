@@ -34,10 +34,6 @@ public:
         std::lock_guard<std::mutex> lock(mutex);
         return entries;
     }
-    bool waitForCall(QString const& call) const
-    {
-        return zeltest::waitUntil([&] { return calls().contains(call); });
-    }
 
     std::atomic<bool> holding { false };
     std::atomic<bool> released { false };

@@ -17,15 +17,10 @@ using namespace std::chrono_literals;
 using namespace zeltest;
 using cptest::Journal;
 
-// The demo plug-in's processors in group "g"; most tests need a Counter "counter".
+// The demo plug-in's processors in group "g".
 class StreamProcessorTest : public EnvironmentTest
 {
 protected:
-    void createCounter()
-    {
-        ASSERT_EQ(create("counter", "demo.Counter", Helper::makeProcessorConfig("c", "inproc://st-c")), "Success");
-    }
-
     std::optional<Record> request(std::string const& processor, Record const& record)
     {
         return client->request(processorIdentity("g", processor), record);
@@ -85,7 +80,7 @@ TEST_F(StreamProcessorTest, BadStreamConfigurationsRefuseTheCreateAndLeaveNothin
 
 TEST_F(StreamProcessorTest, ConnectingTwiceMergesFiltersOverOneConnectionStopKeepsThemAndNoFiltersIsAll)
 {
-    createCounter();
+    ASSERT_EQ(create("counter", "demo.Counter", Helper::makeProcessorConfig("c", "inproc://st-c")), "Success");
     // Over TCP ZeroMQ itself ignores a second connect to one endpoint; over inproc it would not.
     // Verbose, so that a topic subscribed again shows up again, as "\1topic".
     std::string const address = "inproc://st-publisher";
@@ -137,7 +132,7 @@ TEST_F(StreamProcessorTest, StreamNameIsHeldFromStartToDelete)
 TEST_F(StreamProcessorTest, GeneratorToCounterOverTcpWithoutGaps)
 {
     ASSERT_EQ(create("gen", "demo.Generator", Helper::makeProcessorConfig("numbers", "tcp://127.0.0.1:*")), "Success");
-    createCounter();
+    ASSERT_EQ(create("counter", "demo.Counter", Helper::makeProcessorConfig("c", "inproc://st-c")), "Success");
     auto const reply = request("gen", Helper::makeQueryStreamsMessage());
     std::string const numbers = reply ? reply->GetDataStream().value(0).GetAddress().value(0).toStdString() : "";
 

@@ -13,8 +13,8 @@ namespace zeltest {
 
 inline std::string const internalPrefix = zel::internalAddressPrefixDefault;
 
-// Routing identities with the system's internalPrefix: the group manager, a group, its name service, and
-// a processor of a group.
+// Routing identities with the system's prefix: the group manager, a group, its name service, and a
+// processor of a group.
 inline std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(internalPrefix); }
 inline std::string groupIdentity(std::string const& group)
 {

@@ -10,7 +10,6 @@
 namespace zeltest {
 
 ZelhostProcess::ZelhostProcess(QString const& iniContent, QString const& name)
-    : name(name)
 {
     if (!iniContent.isNull()) {
         QFile file(dir.filePath(name + QStringLiteral(".ini")));

@@ -38,7 +38,6 @@ public:
 
 private:
     QTemporaryDir dir;
-    QString name;
     QProcess proc;
     QString errorText;
 };
