@@ -107,10 +107,13 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
         "--content-type", "text/plain" });
     EXPECT_THAT(ok({ "processors", "pipe" }).lines(), UnorderedElementsAre("gen", "counter", "web"));
     EXPECT_EQ(ok({ "streams", "pipe", "web" }).lines(), QStringList { "counted  http://127.0.0.1:9/in text/plain" });
-    // The bound port is what is reported.
+    // The bound port is what is reported and registered.
     QString const streams = ok({ "streams", "pipe", "counter" }).lines().value(0);
     EXPECT_TRUE(streams.startsWith("counted  inproc://zelctl-counted ")) << streams.toStdString();
     EXPECT_TRUE(zeltest::isBoundLoopback(streams.section(' ', 3))) << streams.toStdString();
+    EXPECT_EQ(
+        ok({ "resolve", "pipe", "counted" }).lines(), QStringList { "processor counter" } + streams.split(' ').mid(2))
+        << "every address is registered as bound";
 
     QStringList const resolved = ok({ "resolve", "pipe", "numbers" }).lines();
     ASSERT_EQ(resolved.size(), 2);

@@ -1,11 +1,9 @@
 #include "support/environmenttest.h"
 
 #include <zel/controlmessagehelper.h>
-#include <zel/datastreaminitializer.h>
 #include <zel/decodecontrolrecord.h>
 #include <zel/endpoints.h>
 #include <zel/nameserviceclient.h>
-#include <zel/zelmsg/datastream.h>
 
 using zel::ControlMessageHelper;
 using zel::Endpoints;
@@ -87,25 +85,4 @@ TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageTypeAtEitherDo
         EXPECT_EQ(routed(payload), "Error: Unknown message type") << payload;
     }
     EXPECT_TRUE(names->registerStream("after", "p", { "inproc://after" })) << "still serving";
-}
-
-TEST_F(NameServiceTest, InitializerBindsEveryAddressAndRegistersWhatItBound)
-{
-    zmq::socket_t publisher = zeltest::makeSocket(zmq::socket_type::pub);
-    zelmsg::DataStream stream;
-    stream.SetName("frames");
-    stream.AppendAddress("tcp://127.0.0.1:*");
-    stream.AppendAddress("inproc://initializer-test-frames");
-    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint("g", "pub1", zeltest::internalPrefix), "pub1", *names)
-        .initialize(publisher, stream);
-
-    Addresses const bound = ControlMessageHelper::fromQStringVector(stream.GetAddress());
-    ASSERT_EQ(bound.size(), 2u);
-    EXPECT_TRUE(zeltest::isBoundLoopback(QString::fromStdString(bound[0]))) << bound[0];
-    EXPECT_EQ(bound[1], "inproc://initializer-test-frames");
-    zmq::socket_t squatter = zeltest::makeSocket(zmq::socket_type::pub);
-    EXPECT_THROW(squatter.bind(bound[0]), zmq::error_t) << "the concrete port is not held by the publisher";
-    EXPECT_TRUE(names->resolveStream("frames", processor, addresses));
-    EXPECT_EQ(processor, "pub1");
-    EXPECT_EQ(addresses, bound);
 }
