@@ -94,8 +94,8 @@ TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderReplacedWholeAtTheSameAddress
     }
 }
 
-// The router hands an identity over to the newest connection: without that, a processor made again
-// while its predecessor's connection is still closing is unreachable.
+// The router hands an identity to the newest connection: else a processor made again while its
+// predecessor's connection still closes is unreachable.
 TEST_F(ControlPlaneTest, AProcessorMadeAgainAndAgainUnderOneNameStaysReachable)
 {
     for (int i = 0; i < 100; ++i) {
@@ -300,11 +300,9 @@ TEST_F(ControlPlaneTest, EveryServiceAnswersGarbageAndOthersTypesAsUnknownAndGoe
 namespace {
 
 // A plug-in that claims the built-in plug-in's name.
-class Impostor : public zel::Plugin
+struct Impostor : LabPlugin
 {
-public:
     QString getName() const override { return QStringLiteral("base"); }
-    QStringList getProcessorTypes() const override { return { QStringLiteral("Recorder") }; }
 };
 
 zel::ProcessorInfo infoFor(std::string const& type) { return zel::ProcessorInfo({}, type, "p", "g", "inproc://zel"); }

@@ -56,9 +56,8 @@ struct Behaviour
     std::vector<std::string> subscriptions;
 };
 
-// Notes the calls of the control interface that change something, in its journal; parameters are
-// kept in the order first set. The parameter "idle" also switches idle processing ("off" or a
-// period), and StartNewRecording of "hold" keeps it busy until a stop waits on its control socket.
+// Journals the control calls that change something; parameters are kept in the order first set.
+// "idle" switches idle processing ("off" or a period); recording "hold" busies it until a stop waits.
 class Recorder : public zel::ProcessorBase
 {
 public:

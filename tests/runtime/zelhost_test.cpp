@@ -12,8 +12,7 @@
 
 using zeltest::ZelhostProcess;
 
-// A problem with the configuration is one line on stderr; a mistyped key is named and the default
-// address used.
+// A configuration problem is one line on stderr; a mistyped key is named and the default used.
 TEST(Zelhost, AConfigurationProblemIsOneLineOnStderr)
 {
     // The configuration, the first line on stdout, the exit code, what stderr says.

@@ -163,8 +163,7 @@ TEST_F(StreamProcessorTest, GeneratorToCounterOverTcpWithoutGaps)
 
 namespace {
 
-// The plug-in "probe", its one probe "p" connected to the test's publisher, and what the test
-// shares with it.
+// The plug-in "probe", its one probe "p" connected to the test's publisher, and what they share.
 class BatchingTest : public EnvironmentTest, public zel::Plugin
 {
 public:
@@ -205,8 +204,7 @@ protected:
     zmq::socket_t publisher = makeSocket(zmq::socket_type::pub);
 };
 
-// Serves what the test's batch says and notes each wake-up. A message of type "hold" keeps it in
-// its handler until the test says go or a stop is there.
+// Serves the test's batch size and notes each wake-up; "hold" keeps it busy until go or a stop.
 class Probe : public zel::StreamProcessor
 {
 public:

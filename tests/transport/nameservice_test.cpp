@@ -15,8 +15,7 @@ namespace {
 
 std::string xmlOf(Record const& record) { return record.GetXmlString().toUtf8().toStdString(); }
 
-// The name service of group "g", reached by its two doors: through the router as a client outside
-// reaches it, and directly as the processors of the group do.
+// The name service of group "g" by its two doors: routed, as for a client, and direct, as for processors.
 class NameServiceTest : public zeltest::EnvironmentTest
 {
 protected:
