@@ -75,14 +75,6 @@ protected:
     {
         return ask(processor, Helper::makeConnectStreamMessage("in", publisher.address, filters));
     }
-    std::string start(std::string const& processor, std::string const& stream)
-    {
-        return ask(processor, Helper::makeStartStreamMessage(stream));
-    }
-    std::string stop(std::string const& processor, std::string const& stream)
-    {
-        return ask(processor, Helper::makeStopStreamMessage(stream));
-    }
 
     Publisher publisher;
 };
@@ -270,19 +262,19 @@ TEST_F(HttpBridgeTest, StartAndStopActOnTheListedFiltersOnly)
 
     // A Start of a subscribed filter adds nothing, so one Stop ends it; a Stop of a stream name,
     // which is not listed, changes nothing.
-    EXPECT_EQ(start("h", "extra"), "Success");
-    EXPECT_EQ(stop("h", "a"), "Success");
-    EXPECT_EQ(stop("h", "extra"), "Success");
+    EXPECT_EQ(ask("h", Helper::makeStartStreamMessage("extra")), "Success");
+    EXPECT_EQ(ask("h", Helper::makeStopStreamMessage("a")), "Success");
+    EXPECT_EQ(ask("h", Helper::makeStopStreamMessage("extra")), "Success");
     ASSERT_TRUE(round("2"));
     EXPECT_EQ(unknown(), 1);
 
     // A Start without a name brings back every filter ever listed; a Stop without one ends them.
-    EXPECT_EQ(start("h", ""), "Success");
+    EXPECT_EQ(ask("h", Helper::makeStartStreamMessage("")), "Success");
     ASSERT_TRUE(publisher.sendUntil("extra", "x", [&] { return unknown() >= 2; }));
     publisher.send("a", "3");
     ASSERT_TRUE(waitForPosts(3)); // nothing sent before is still on its way
     int const seen = unknown();
-    EXPECT_EQ(stop("h", ""), "Success");
+    EXPECT_EQ(ask("h", Helper::makeStopStreamMessage("")), "Success");
     ASSERT_TRUE(round("4"));
     EXPECT_EQ(unknown(), seen);
 }
@@ -305,9 +297,7 @@ TEST_F(HttpBridgeTest, AFailureInsideTheEventLoopEndsTheThreadWithoutCrossingQt)
     };
     {
         zel::ZmqControllableThread<FailingBridge> thread(std::make_unique<FailingBridge>());
-        ASSERT_EQ(
-            ask("failing", Helper::makeConnectStreamMessage("in", publisher.address, std::vector<std::string> {})),
-            "Success");
+        ASSERT_EQ(connect("failing", {}), "Success");
         EXPECT_TRUE(publisher.sendUntil("any", "x", [&] { return thread.isFinished(); }));
     } // release and delete after the failure
     qInstallMessageHandler(previous);
@@ -383,8 +373,8 @@ TEST_F(QtBridgeTest, MessagesArriveQueuedWithTypeFirstAndDataSecond)
 {
     startBridge({}, "a");
     // Neither Stop ends the catch-all subscription of the empty filter list.
-    EXPECT_EQ(stop("q", ""), "Success");
-    EXPECT_EQ(stop("q", "a"), "Success");
+    EXPECT_EQ(ask("q", Helper::makeStopStreamMessage("")), "Success");
+    EXPECT_EQ(ask("q", Helper::makeStopStreamMessage("a")), "Success");
     publisher.send("a", "payload");
     publisher.send({ "a" }); // the type frame alone
     publisher.send("b", "end");
