@@ -150,11 +150,9 @@ TEST_F(HttpBridgeTest, PostsKnownTypesInTheirFormAndSkipsStreamsWithoutNameOrVal
 {
     if (QSysInfo::ByteOrder != QSysInfo::LittleEndian)
         GTEST_SKIP() << "the expected bodies are those of a little-endian machine";
-    zelmsg::DataStream noAddress;
-    noAddress.SetName("noaddress");
     startBridge({ target("bin", { sink.url("/bin") }), target("oct", { sink.url("/oct"), "application/octet-stream" }),
                     target("text", { sink.url("/text"), "text/plain" }), target("", { sink.url("/unnamed") }),
-                    noAddress, target("badurl", { "http://127.0.0.1:99999/x" }) },
+                    target("noaddress", {}), target("badurl", { "http://127.0.0.1:99999/x" }) },
         { "unused" });
     // None of the skipped was subscribed: an empty name would let in every type. Each whole 32-bit
     // word of an octet stream is reversed and the bytes after the last one stay.

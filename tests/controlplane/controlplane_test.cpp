@@ -215,9 +215,7 @@ TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsTe
         EXPECT_EQ(ask("p", request), answer);
         auto const refused = client->request(processorIdentity("g", "no"), request);
         EXPECT_EQ(outcome(refused), refusal);
-        if (refused) {
-            EXPECT_EQ(refused->GetParameter(), request.GetParameter()) << "a failure writes no value";
-        }
+        EXPECT_EQ(refused.value_or(Record()).GetParameter(), request.GetParameter()) << "a failure writes no value";
     }
     EXPECT_EQ(ask("p", Helper::makeGetParameterMessage("nope")), "Error: Cannot get parameter: nope");
     EXPECT_EQ(journal->calls().mid(0, 4),
@@ -236,11 +234,9 @@ TEST_F(ControlPlaneTest, AStopWaitingBesideARequestGoesFirst)
     client->send(groupIdentity("g"), Helper::makeDeleteProcessorMessage("p"));
 
     auto const held = client->receive();
-    ASSERT_TRUE(held);
-    EXPECT_EQ(outcome(held->record), "Success: hold#1");
+    EXPECT_EQ(held ? outcome(held->record) : "no reply", "Success: hold#1");
     auto const deleted = client->receive();
-    ASSERT_TRUE(deleted);
-    EXPECT_EQ(deleted->source, groupIdentity("g"));
+    EXPECT_EQ(deleted ? deleted->source : "no reply", groupIdentity("g"));
     EXPECT_EQ(journal->calls(), QStringList({ "record hold" })) << "the waiting request was never served";
 }
 
