@@ -1,22 +1,16 @@
 #include "labplugin.h"
 
-#include "support/controlclient.h"
+#include "support/environmenttest.h"
 #include "support/tracecapture.h"
 
-#include <zel/controlmessagehelper.h>
 #include <zel/decodecontrolrecord.h>
 #include <zel/endpoints.h>
-#include <zel/environment.h>
-#include <zel/pluginmanager.h>
 #include <zel/processorinfo.h>
 
 #include <QCoreApplication>
 #include <QDir>
 
-#include <gtest/gtest.h>
-
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -24,71 +18,30 @@
 #include <vector>
 
 using namespace cptest;
-using namespace std::chrono_literals;
-using Helper = zel::ControlMessageHelper;
-using Record = zelmsg::ControlMessage;
-using zeltest::outcome;
+using namespace zeltest;
 
 namespace {
 
-// A running Environment whose plug-in manager knows the lab plug-in, a client at its frontend and
-// the group "G". One Environment per process at a time: each test's is gone before the next.
-class ControlPlaneTest : public testing::Test
+// The lab plug-in registered with the Environment of each test.
+class ControlPlaneTest : public EnvironmentTest
 {
 protected:
     void SetUp() override
     {
         ASSERT_TRUE(plugins->registerPlugin(&lab));
-        environment = std::make_unique<zel::Environment>(plugins, zel::routerFrontendAddressDefault);
-        client = std::make_unique<zeltest::ControlClient>(environment->getRouterFrontendAddress());
-        ASSERT_EQ(createGroup("G"), "Success");
+        EnvironmentTest::SetUp();
     }
 
-    void TearDown() override
-    {
-        client.reset();
-        environment.reset();
-        EXPECT_TRUE(zeltest::waitForNoRouter());
-    }
-
-    std::string toManager(Record const& record) { return outcome(client->request(zeltest::managerIdentity(), record)); }
-    std::optional<Record> toGroup(Record const& record, std::string const& group = "G")
-    {
-        return client->request(zeltest::groupIdentity(group), record);
-    }
-    std::string ask(std::string const& processor, Record const& record)
-    {
-        return outcome(client->request(zeltest::processorIdentity("G", processor), record));
-    }
-    std::string createGroup(std::string const& group)
-    {
-        return toManager(Helper::makeCreateProcessorGroupMessage(group));
-    }
-    std::string createProcessor(std::string const& name, std::string const& type = "lab.Recorder",
-        zelmsg::Processor const& config = {}, std::string const& group = "G")
-    {
-        return outcome(toGroup(Helper::makeCreateProcessorMessage(type, name, config), group));
-    }
-    std::string deleteProcessor(std::string const& name)
-    {
-        return outcome(toGroup(Helper::makeDeleteProcessorMessage(name)));
-    }
     std::shared_ptr<Journal> makeRecorder(
-        std::string const& name, Behaviour behaviour = {}, std::string const& group = "G")
+        std::string const& name, Behaviour behaviour = {}, std::string const& group = "g")
     {
         auto journal = lab.prepare(name, std::move(behaviour));
-        EXPECT_EQ(createProcessor(name, "lab.Recorder", {}, group), "Success") << name;
+        EXPECT_EQ(create(name, "lab.Recorder", {}, group), "Success") << name;
         return journal;
     }
-    std::string queryProcessors(std::string const& group = "G")
-    {
-        return outcome(toGroup(Helper::makeQueryProcessorsMessage(), group));
-    }
+    std::string queryProcessors() { return toGroup(Helper::makeQueryProcessorsMessage()); }
 
-    LabPlugin lab; // outlives the plug-in manager, which does not own it
-    std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
-    std::unique_ptr<zel::Environment> environment;
-    std::unique_ptr<zeltest::ControlClient> client;
+    LabPlugin lab; // the plug-in manager, which does not own it, goes first, in TearDown
 };
 
 Behaviour slowRelease()
@@ -108,40 +61,32 @@ Behaviour subscribing(std::vector<std::string> names, bool refuseAll = false)
 
 } // namespace
 
-TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderAndReplacedWholeAtTheSameAddresses)
+TEST_F(ControlPlaneTest, GroupsAreListedInByteOrderReplacedWholeAtTheSameAddressesAndEndWithTheEnvironment)
 {
     for (std::string const name : { "b", "B", "x,y" })
         EXPECT_EQ(createGroup(name), "Success") << name;
     // A comma is taken, though the list then reads as one more group.
-    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: B,G,b,x,y");
-    EXPECT_EQ(createGroup("G"), "Error: A group with the name 'G' already exists.");
-    EXPECT_EQ(
-        toManager(Helper::makeDeleteProcessorGroupMessage("zz")), "Error: A group with the name 'zz' does not exists.");
+    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: B,b,g,x,y");
 
     auto const p1 = makeRecorder("p1", slowRelease());
-    std::string const nameService = zeltest::nameServiceIdentity("G");
+    std::string const nameService = nameServiceIdentity("g");
     ASSERT_EQ(
         outcome(client->request(nameService, Helper::makeRegisterStreamMessage("s", "p", "inproc://s"))), "Success");
     // Delete replies once every thread of the group has ended.
-    ASSERT_EQ(toManager(Helper::makeDeleteProcessorGroupMessage("G")), "Success");
+    ASSERT_EQ(toManager(Helper::makeDeleteProcessorGroupMessage("g")), "Success");
     EXPECT_TRUE(p1->destroyed);
-    ASSERT_EQ(createGroup("G"), "Success");
+    ASSERT_EQ(createGroup("g"), "Success");
 
     EXPECT_EQ(queryProcessors(), "Success: ");
     auto const resolved = client->request(nameService, Helper::makeResolveStreamMessage("s"));
     ASSERT_TRUE(resolved) << "the new name service answers under the old name";
     EXPECT_EQ(resolved->GetResultType(), Record::Error) << "and knows nothing of the old one's streams";
-    makeRecorder("p1");
-    EXPECT_EQ(ask("p1", Helper::makeGetParameterListMessage()), "Success: ");
-}
-
-TEST_F(ControlPlaneTest, DestroyingTheEnvironmentStopsEveryGroupAndProcessor)
-{
-    ASSERT_EQ(createGroup("G2"), "Success");
     Behaviour idle;
     idle.idlePeriod = 0;
     std::vector<std::shared_ptr<Journal>> const journals { makeRecorder("p1"), makeRecorder("p2", idle),
-        makeRecorder("p3", slowRelease(), "G2") };
+        makeRecorder("p3", slowRelease(), "b") };
+    EXPECT_EQ(ask("p1", Helper::makeGetParameterListMessage()), "Success: ");
+
     environment.reset();
     for (auto const& journal : journals) {
         EXPECT_TRUE(journal->released);
@@ -149,80 +94,94 @@ TEST_F(ControlPlaneTest, DestroyingTheEnvironmentStopsEveryGroupAndProcessor)
     }
 }
 
-TEST_F(ControlPlaneTest, CreatesListsAndDeletesProcessors)
-{
-    zelmsg::Processor const config = Helper::makeProcessorConfig("out", "inproc://out");
-    auto const reply = toGroup(Helper::makeCreateProcessorMessage("lab.Recorder", "p2", config));
-    ASSERT_EQ(outcome(reply), "Success");
-    EXPECT_EQ(reply->GetProcessor(), config) << "the reply is the request with its result";
-
-    auto const p1 = makeRecorder("p1", slowRelease());
-    makeRecorder("P");
-    EXPECT_EQ(queryProcessors(), "Success: P,p1,p2");
-    EXPECT_EQ(createProcessor("p1"), "Error: A processor with the name 'p1' already exists in group 'G'.");
-    EXPECT_FALSE(p1->destroyed);
-    EXPECT_EQ(createProcessor("q", "Nope"), "Error: Processor of type 'Nope' could not be created.");
-    EXPECT_EQ(deleteProcessor("x"), "Error: A processor with the name 'x' does not exists.");
-
-    EXPECT_EQ(deleteProcessor("p1"), "Success");
-    EXPECT_TRUE(p1->released) << "the reply waits for the processor's thread";
-    EXPECT_TRUE(p1->destroyed);
-    EXPECT_EQ(queryProcessors(), "Success: P,p2");
-}
-
-// The router hands an identity over to the newest connection: without that, a processor made again
-// while its predecessor's connection is still closing is unreachable.
+// The router hands an identity to the newest connection: else a processor made again while its
+// predecessor's connection still closes is unreachable.
 TEST_F(ControlPlaneTest, AProcessorMadeAgainAndAgainUnderOneNameStaysReachable)
 {
     for (int i = 0; i < 100; ++i) {
-        ASSERT_EQ(createProcessor("p"), "Success") << i;
+        ASSERT_EQ(create("p", "lab.Recorder"), "Success") << i;
         ASSERT_EQ(ask("p", Helper::makeGetParameterListMessage()), "Success: ") << "round " << i;
-        ASSERT_EQ(deleteProcessor("p"), "Success") << i;
+        ASSERT_EQ(remove("p"), "Success") << i;
     }
 }
 
-TEST_F(ControlPlaneTest, RefusedNamesAndFailedStartsLeaveTheNameFree)
+TEST_F(ControlPlaneTest, CreatesListsAndDeletesProcessorsAndRefusalsLeaveTheNameFree)
 {
     for (QString const& name : { QStringLiteral("a b"), QStringLiteral(" a"), QStringLiteral("a\tb"),
              QStringLiteral("a,b"), QStringLiteral("a\u00A0b"), QStringLiteral("a\u2003") }) {
         std::string const text = name.toStdString();
-        EXPECT_EQ(createProcessor(text), "Error: Processor name '" + text + "' is not allowed.") << text;
+        EXPECT_EQ(create(text, "lab.Recorder"), "Error: Processor name '" + text + "' is not allowed.") << text;
     }
-    EXPECT_EQ(createProcessor("x/y"), "Success");
+    EXPECT_EQ(create("x/y", "lab.Recorder"), "Success");
 
     Behaviour brokenStart;
     brokenStart.throwInInitialize = true;
     auto const failed = lab.prepare("p", brokenStart);
-    std::string const reply = createProcessor("p");
-    EXPECT_EQ(reply.rfind("Error: Processor of type 'lab.Recorder' could not be created: 'Thread failed: ", 0), 0u)
-        << reply;
-    EXPECT_NE(reply.find("initialize refused'."), std::string::npos) << reply;
+    std::string const failure = create("p", "lab.Recorder");
+    EXPECT_EQ(failure.rfind("Error: Processor of type 'lab.Recorder' could not be created: 'Thread failed: ", 0), 0u)
+        << failure;
+    EXPECT_NE(failure.find("initialize refused'."), std::string::npos) << failure;
     EXPECT_TRUE(failed->released);
     EXPECT_TRUE(failed->destroyed);
 
     Behaviour brokenConstructor;
     brokenConstructor.throwInConstructor = true;
     lab.prepare("p", brokenConstructor);
-    EXPECT_EQ(
-        createProcessor("p"), "Error: Processor of type 'lab.Recorder' could not be created: 'constructor refused'.");
+    EXPECT_EQ(create("p", "lab.Recorder"),
+        "Error: Processor of type 'lab.Recorder' could not be created: 'constructor refused'.");
     EXPECT_EQ(queryProcessors(), "Success: x/y");
     makeRecorder("p");
+
+    zelmsg::Processor const config = Helper::makeProcessorConfig("out", "inproc://out");
+    auto const reply
+        = client->request(groupIdentity("g"), Helper::makeCreateProcessorMessage("lab.Recorder", "p2", config));
+    ASSERT_EQ(outcome(reply), "Success");
+    EXPECT_EQ(reply->GetProcessor(), config) << "the reply is the request with its result";
+
+    auto const p1 = makeRecorder("p1", slowRelease());
+    makeRecorder("P");
+    EXPECT_EQ(queryProcessors(), "Success: P,p,p1,p2,x/y");
+    EXPECT_EQ(create("p1", "lab.Recorder"), "Error: A processor with the name 'p1' already exists in group 'g'.");
+    EXPECT_FALSE(p1->destroyed);
+    EXPECT_EQ(remove("x"), "Error: A processor with the name 'x' does not exists.");
+
+    EXPECT_EQ(remove("p1"), "Success");
+    EXPECT_TRUE(p1->released) << "the reply waits for the processor's thread";
+    EXPECT_TRUE(p1->destroyed);
+    EXPECT_EQ(queryProcessors(), "Success: P,p,p2,x/y");
 }
 
-TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
+TEST_F(ControlPlaneTest, SetParameterBroadcastsTheNameWithItsNulToTheSubscribersOfAPrefixOfIt)
 {
+    zmq::socket_t listener = makeSocket(zmq::socket_type::sub);
+    listener.set(zmq::sockopt::subscribe, "");
+    listener.connect(zel::Endpoints::getGroupBroadcastEndpoint("g", zel::internalAddressPrefixDefault));
+    // A new subscriber joins a publisher some time after its connect: publish until it hears.
+    ASSERT_TRUE(waitUntil([&] {
+        EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("warmup", "")), "Success: ");
+        return receiveFrames(listener, 50ms).has_value();
+    }));
+    while (receiveFrames(listener, 0ms)) { }
+
     auto const gain = makeRecorder("gain", subscribing({ "gain" }));
     auto const ga = makeRecorder("ga", subscribing({ "ga" }));
     auto const offset = makeRecorder("offset", subscribing({ "offset" }));
     auto const refusing = makeRecorder("refusing", subscribing({ "gain" }, true));
 
-    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gain", "3"))), "Success: 3");
-    EXPECT_TRUE(refusing->waitForCall("set gain=3"));
-    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gainful", "2"))), "Success: 2");
-    EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("gai", "0"))), "Success: 0");
-    EXPECT_TRUE(ga->waitForCall("set gai=0"));
+    Record const request = Helper::makeSetParameterMessage("gain", "3");
+    EXPECT_EQ(toGroup(request), "Success: 3");
+    EXPECT_TRUE(waitUntil([&] { return refusing->calls().contains("set gain=3"); }));
+    auto const frames = receiveFrames(listener);
+    ASSERT_TRUE(frames && frames->size() == 2u);
+    EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
+    zel::ControlMessage envelope;
+    envelope.payload = QByteArray::fromStdString((*frames)[1]);
+    EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
+    EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gainful", "2")), "Success: 2");
+    EXPECT_EQ(toGroup(Helper::makeSetParameterMessage("gai", "0")), "Success: 0");
+    EXPECT_TRUE(waitUntil([&] { return ga->calls().contains("set gai=0"); }));
     // Broadcasts and requests reach a processor by different sockets: wait for the broadcast first.
-    EXPECT_TRUE(gain->waitForCall("set gainful=2"));
+    EXPECT_TRUE(waitUntil([&] { return gain->calls().contains("set gainful=2"); }));
     for (std::string const processor : { "gain", "offset" })
         EXPECT_EQ(ask(processor, Helper::makeGetParameterListMessage()).substr(0, 7), "Success") << processor;
 
@@ -233,43 +192,12 @@ TEST_F(ControlPlaneTest, SetParameterReachesTheSubscribersOfAPrefixOfTheName)
     EXPECT_FALSE(client->receive(200ms).has_value());
 }
 
-TEST_F(ControlPlaneTest, BroadcastsTheNameWithItsNulThenTheRequest)
-{
-    zmq::socket_t listener = zeltest::makeSocket(zmq::socket_type::sub);
-    listener.set(zmq::sockopt::subscribe, "");
-    listener.connect(zel::Endpoints::getGroupBroadcastEndpoint("G", zel::internalAddressPrefixDefault));
-    // A new subscriber joins a publisher some time after its connect: publish until it hears.
-    ASSERT_TRUE(zeltest::waitUntil([&] {
-        EXPECT_EQ(outcome(toGroup(Helper::makeSetParameterMessage("warmup", ""))), "Success: ");
-        return zeltest::receiveFrames(listener, 50ms).has_value();
-    }));
-    while (zeltest::receiveFrames(listener, 0ms)) { }
-
-    Record const request = Helper::makeSetParameterMessage("gain", "3");
-    ASSERT_EQ(outcome(toGroup(request)), "Success: 3");
-    auto const frames = zeltest::receiveFrames(listener);
-    ASSERT_TRUE(frames);
-    ASSERT_EQ(frames->size(), 2u);
-    EXPECT_EQ((*frames)[0], std::string("gain\0", 5));
-    zel::ControlMessage envelope;
-    envelope.payload = QByteArray::fromStdString((*frames)[1]);
-    EXPECT_EQ(zel::decodeControlRecord(envelope), request) << "the request as it came, no result yet";
-}
-
 TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsText)
 {
     auto const journal = makeRecorder("p");
-    Behaviour refusingAll;
-    refusingAll.refuseAll = true;
-    makeRecorder("no", refusingAll);
-
-    struct Case
-    {
-        Record request;
-        std::string answer;
-        std::string refusal;
-    };
-    std::vector<Case> const cases {
+    makeRecorder("no", subscribing({}, true));
+    // The request, its answer by "p", and the refusal by "no".
+    std::vector<std::tuple<Record, std::string, std::string>> const cases {
         { Helper::makeGetParameterListMessage(), "Success: ", "Error: Cannot get list of parameters" },
         { Helper::makeConnectStreamMessage("in", "tcp://127.0.0.1:5555", std::vector<std::string> { "a", "b" }),
             "Success", "Error: Cannot connect to: in, tcp://127.0.0.1:5555" },
@@ -283,13 +211,11 @@ TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsTe
         { Helper::makeQuerySourcesMessage(), "Success", "Error: Cannot query sources" },
         { Helper::makeQueryStreamsMessage(), "Success", "Error: Cannot query streams" },
     };
-    for (Case const& c : cases) {
-        EXPECT_EQ(ask("p", c.request), c.answer);
-        auto const refused = client->request(zeltest::processorIdentity("G", "no"), c.request);
-        EXPECT_EQ(outcome(refused), c.refusal);
-        if (refused) {
-            EXPECT_EQ(refused->GetParameter(), c.request.GetParameter()) << "a failure writes no value";
-        }
+    for (auto const& [request, answer, refusal] : cases) {
+        EXPECT_EQ(ask("p", request), answer);
+        auto const refused = client->request(processorIdentity("g", "no"), request);
+        EXPECT_EQ(outcome(refused), refusal);
+        EXPECT_EQ(refused.value_or(Record()).GetParameter(), request.GetParameter()) << "a failure writes no value";
     }
     EXPECT_EQ(ask("p", Helper::makeGetParameterMessage("nope")), "Error: Cannot get parameter: nope");
     EXPECT_EQ(journal->calls().mid(0, 4),
@@ -299,20 +225,18 @@ TEST_F(ControlPlaneTest, ProcessorsAnswerWithTheirResultsAndEachRefusalWithItsTe
 TEST_F(ControlPlaneTest, AStopWaitingBesideARequestGoesFirst)
 {
     auto const journal = makeRecorder("p");
-    std::string const processor = zeltest::processorIdentity("G", "p");
+    std::string const processor = processorIdentity("g", "p");
     client->send(processor, Helper::makeStartNewRecordingMessage("hold"));
-    ASSERT_TRUE(zeltest::waitUntil([&] { return journal->holding.load(); }));
+    ASSERT_TRUE(waitUntil([&] { return journal->holding.load(); }));
     // One client, so the router passes both on in this order: the request lies in the processor's
     // socket before the group sends the stop.
     client->send(processor, Helper::makeGetParameterListMessage());
-    client->send(zeltest::groupIdentity("G"), Helper::makeDeleteProcessorMessage("p"));
+    client->send(groupIdentity("g"), Helper::makeDeleteProcessorMessage("p"));
 
     auto const held = client->receive();
-    ASSERT_TRUE(held);
-    EXPECT_EQ(outcome(held->record), "Success: hold#1");
+    EXPECT_EQ(held ? outcome(held->record) : "no reply", "Success: hold#1");
     auto const deleted = client->receive();
-    ASSERT_TRUE(deleted);
-    EXPECT_EQ(deleted->source, zeltest::groupIdentity("G"));
+    EXPECT_EQ(deleted ? deleted->source : "no reply", groupIdentity("g"));
     EXPECT_EQ(journal->calls(), QStringList({ "record hold" })) << "the waiting request was never served";
 }
 
@@ -322,7 +246,7 @@ TEST_F(ControlPlaneTest, IdleProcessingRunsOnlyAfterAQuietPeriod)
     idle.idlePeriod = 20;
     auto const idler = makeRecorder("idler", idle);
     auto const plain = makeRecorder("plain");
-    EXPECT_TRUE(zeltest::waitUntil([&] { return idler->idleRuns >= 3; }));
+    EXPECT_TRUE(waitUntil([&] { return idler->idleRuns >= 3; }));
 
     // Requests wake the poll but are no quiet period: none of them runs idle processing.
     ASSERT_EQ(ask("idler", Helper::makeSetParameterMessage("idle", "5000")), "Success: 5000");
@@ -342,25 +266,19 @@ TEST_F(ControlPlaneTest, IdleProcessingRunsOnlyAfterAQuietPeriod)
 TEST_F(ControlPlaneTest, EveryServiceAnswersGarbageAndOthersTypesAsUnknownAndGoesOn)
 {
     makeRecorder("p");
-    std::vector<std::string> const garbage {
-        "",
-        std::string("\0\xff\xfe<\x01", 5),
-        "<ControlMessage></ControlMessage>",
-        "<Processor><ID>p</ID></Processor>",
-        "<ControlMessage><MessageType>NoSuchType</MessageType></ControlMessage>",
-        "<ControlMessage><MessageType>Created</MessageType><Running></Running></ControlMessage>",
-    };
+    std::vector<std::string> const garbage { "", std::string("\0\xff\xfe<\x01", 5), "<ControlMessage></ControlMessage>",
+        "<Processor><ID>p</ID></Processor>", "<ControlMessage><MessageType>NoSuchType</MessageType></ControlMessage>",
+        "<ControlMessage><MessageType>Created</MessageType><Running></Running></ControlMessage>" };
     std::vector<std::pair<std::string, Record>> const others {
-        { zeltest::managerIdentity(), Helper::makeCreateProcessorMessage("lab.Recorder", "p", {}) },
+        { managerIdentity(), Helper::makeCreateProcessorMessage("lab.Recorder", "p", {}) },
         // A stop reaches a service only from its owner, never through the router.
-        { zeltest::managerIdentity(), Helper::makeProcessorGroupManagerMessage(Record::Shutdown, "G") },
-        { zeltest::groupIdentity("G"), Helper::makeCreateProcessorGroupMessage("H") },
-        { zeltest::groupIdentity("G"), Helper::makeStartStreamMessage("") },
-        { zeltest::processorIdentity("G", "p"), Helper::makeQueryProcessorsMessage() },
-        { zeltest::processorIdentity("G", "p"), Helper::makeResolveStreamMessage("s") },
+        { managerIdentity(), Helper::makeProcessorGroupManagerMessage(Record::Shutdown, "g") },
+        { groupIdentity("g"), Helper::makeCreateProcessorGroupMessage("H") },
+        { groupIdentity("g"), Helper::makeStartStreamMessage("") },
+        { processorIdentity("g", "p"), Helper::makeQueryProcessorsMessage() },
+        { processorIdentity("g", "p"), Helper::makeResolveStreamMessage("s") },
     };
-    for (std::string const& identity :
-        { zeltest::managerIdentity(), zeltest::groupIdentity("G"), zeltest::processorIdentity("G", "p") })
+    for (std::string const& identity : { managerIdentity(), groupIdentity("g"), processorIdentity("g", "p") })
         for (std::string const& payload : garbage)
             EXPECT_EQ(outcome(client->requestRaw(identity, payload)), "Error: Unknown message type")
                 << identity << " <- " << payload;
@@ -371,25 +289,23 @@ TEST_F(ControlPlaneTest, EveryServiceAnswersGarbageAndOthersTypesAsUnknownAndGoe
             EXPECT_EQ(reply->GetProcessorName(), record.GetProcessorName()) << "the request with its result";
         }
     }
-    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: G");
+    EXPECT_EQ(toManager(Helper::makeQueryProcessorGroupsMessage()), "Success: g");
     EXPECT_EQ(queryProcessors(), "Success: p");
 }
 
 namespace {
 
 // A plug-in that claims the built-in plug-in's name.
-class Impostor : public zel::Plugin
+struct Impostor : LabPlugin
 {
-public:
     QString getName() const override { return QStringLiteral("base"); }
-    QStringList getProcessorTypes() const override { return { QStringLiteral("Recorder") }; }
 };
 
-zel::ProcessorInfo infoFor(std::string const& type) { return zel::ProcessorInfo({}, type, "p", "G", "inproc://zel"); }
+zel::ProcessorInfo infoFor(std::string const& type) { return zel::ProcessorInfo({}, type, "p", "g", "inproc://zel"); }
 
 } // namespace
 
-TEST(PluginManagerTest, RegistersNewNamesOnlyAndFindsBareTypesExactlyAndDottedOnesByPluginName)
+TEST(PluginManagerTest, RegistersNewNamesOnlyFindsBareTypesExactlyAndLoadsFilesByDottedType)
 {
     zel::PluginManager manager;
     zel::Plugin* const base = manager.getPlugins().value(0);
@@ -403,7 +319,7 @@ TEST(PluginManagerTest, RegistersNewNamesOnlyAndFindsBareTypesExactlyAndDottedOn
     EXPECT_FALSE(manager.registerPlugin(&secondLab));
     EXPECT_EQ(manager.getPlugins(), (QList<zel::Plugin*> { base, &lab }));
 
-    zeltest::TraceCapture traces;
+    TraceCapture traces;
     std::vector<std::pair<char const*, zel::Plugin*>> const lookups { { "QtBridge", base }, { "base.QtBridge", base },
         { "qtbridge", nullptr }, { "Recorder", &lab }, { "lab.Recorder", &lab }, { "recorder", nullptr },
         // The plug-in is found by its name; whether it offers the type is its own affair.
@@ -412,12 +328,7 @@ TEST(PluginManagerTest, RegistersNewNamesOnlyAndFindsBareTypesExactlyAndDottedOn
         EXPECT_EQ(manager.getPlugin(QString::fromLatin1(type)), plugin) << type;
     EXPECT_EQ(manager.createProcessor(infoFor("base.Nothing")), nullptr);
     EXPECT_EQ(traces.count(), 0) << "no file was looked for: " << traces.texts().join('|').toStdString();
-}
 
-TEST(PluginManagerTest, LoadsFilesByDottedTypeAndTracesEachMissingOne)
-{
-    zel::PluginManager manager;
-    zeltest::TraceCapture traces;
     EXPECT_EQ(manager.getPlugin(QStringLiteral("nosuchplugin.Thing")), nullptr);
     EXPECT_EQ(manager.createProcessor(infoFor("nosuchplugin.Thing")), nullptr);
     ASSERT_EQ(traces.count(), 2) << "tried again each time";
@@ -428,14 +339,13 @@ TEST(PluginManagerTest, LoadsFilesByDottedTypeAndTracesEachMissingOne)
     zel::Plugin* const store = manager.getPlugin(QStringLiteral("storeplugin.Store"));
     ASSERT_NE(store, nullptr);
     EXPECT_EQ(manager.getPlugin(QStringLiteral("Store")), store);
-    EXPECT_EQ(manager.createProcessor(infoFor("storeplugin.Other")), nullptr);
 
     // A file whose plug-in has another name is loaded at each use.
     zel::Plugin* const alias = manager.getPlugin(QStringLiteral("aliasplugin.Store"));
     ASSERT_NE(alias, nullptr);
     EXPECT_EQ(alias->getName(), QStringLiteral("notalias"));
     EXPECT_EQ(manager.getPlugin(QStringLiteral("aliasplugin.Store")), alias);
-    EXPECT_EQ(manager.getPlugins().size(), 4);
+    EXPECT_EQ(manager.getPlugins().size(), 5);
 }
 
 TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInstalledFolder)
@@ -452,7 +362,7 @@ TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInst
         SCOPED_TRACE(type.toStdString() + " with ZEL_PLUGIN_PATH=" + pluginPath.toStdString());
         qputenv("ZEL_PLUGIN_PATH", pluginPath.toLocal8Bit());
         zel::PluginManager manager;
-        zeltest::TraceCapture traces;
+        TraceCapture traces;
         zel::Plugin* const plugin = manager.getPlugin(type);
         EXPECT_EQ(plugin ? plugin->getName() : QString(), loaded);
         if (!loaded.isEmpty())

@@ -9,8 +9,7 @@
 
 namespace testplugins {
 
-// A plug-in file for the tests. Its one type, "Store", keeps the parameters it is set and starts
-// with "origin", the name of the plug-in that made it.
+// A plug-in file for the tests, found by the type "Store".
 class StorePlugin : public zel::Plugin
 {
     Q_OBJECT

@@ -2,28 +2,10 @@
 
 #include <zel/controlmessagehelper.h>
 #include <zel/decodecontrolrecord.h>
-#include <zel/endpoints.h>
 
 #include <gtest/gtest.h>
 
 namespace zeltest {
-
-std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault); }
-
-std::string groupIdentity(std::string const& group)
-{
-    return zel::Endpoints::getGroupEndpoint(group, zel::internalAddressPrefixDefault);
-}
-
-std::string nameServiceIdentity(std::string const& group)
-{
-    return zel::Endpoints::getNameServiceEndpoint(group, zel::internalAddressPrefixDefault);
-}
-
-std::string processorIdentity(std::string const& group, std::string const& processor)
-{
-    return zel::Endpoints::getProcessorEndpoint(group, processor, zel::internalAddressPrefixDefault);
-}
 
 ControlClient::ControlClient(std::string const& frontendAddress)
     : socket(connectClient(frontendAddress))
@@ -56,8 +38,9 @@ void ControlClient::sendRaw(std::string const& identity, std::string const& payl
 
 std::optional<ControlClient::Reply> ControlClient::receive(std::chrono::milliseconds deadline)
 {
-    auto const frames = receiveFrames(socket, deadline);
-    if (!frames)
+    std::optional<Frames> frames;
+    if (!waitUntil(
+            [&] { return (frames = receiveFrames(socket, std::chrono::milliseconds(0))).has_value(); }, deadline))
         return std::nullopt;
     if (frames->size() != 3 || !(*frames)[0].empty() || (*frames)[1].empty() || (*frames)[1].back() != '\0') {
         ADD_FAILURE() << "a reply of " << frames->size() << " frames, not empty, identity, payload";

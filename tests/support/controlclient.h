@@ -2,6 +2,7 @@
 
 #include "rawpeers.h"
 
+#include <zel/endpoints.h>
 #include <zel/zelmsg/controlmessage.h>
 
 #include <chrono>
@@ -10,12 +11,23 @@
 
 namespace zeltest {
 
-// Routing identities with the system's prefix: the group manager, a group, its name service, and
-// a processor of a group.
-std::string managerIdentity();
-std::string groupIdentity(std::string const& group);
-std::string nameServiceIdentity(std::string const& group);
-std::string processorIdentity(std::string const& group, std::string const& processor);
+inline std::string const internalPrefix = zel::internalAddressPrefixDefault;
+
+// Routing identities with the system's prefix: the group manager, a group, its name service, and a
+// processor of a group.
+inline std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(internalPrefix); }
+inline std::string groupIdentity(std::string const& group)
+{
+    return zel::Endpoints::getGroupEndpoint(group, internalPrefix);
+}
+inline std::string nameServiceIdentity(std::string const& group)
+{
+    return zel::Endpoints::getNameServiceEndpoint(group, internalPrefix);
+}
+inline std::string processorIdentity(std::string const& group, std::string const& processor)
+{
+    return zel::Endpoints::getProcessorEndpoint(group, processor, internalPrefix);
+}
 
 // A client at the frontend of a running Environment, as a program outside would be: a DEALER that
 // sends empty, the target's identity with its NUL, and the record's XML; the answer comes back as
@@ -41,7 +53,8 @@ public:
 
     void send(std::string const& identity, zelmsg::ControlMessage const& record);
     void sendRaw(std::string const& identity, std::string const& payload);
-    // The next message, whoever sent it; nothing when none came within the deadline.
+    // The next message, whoever sent it; nothing when none came within the deadline. Serves Qt
+    // events meanwhile: a server on this thread may have to answer a processor first.
     std::optional<Reply> receive(std::chrono::milliseconds deadline = defaultDeadline);
 
 private:

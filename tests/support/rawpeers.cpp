@@ -6,6 +6,7 @@
 #include <zel/zmqhelper.h>
 
 #include <QHostAddress>
+#include <QRegularExpression>
 #include <QTcpServer>
 
 namespace zeltest {
@@ -76,6 +77,13 @@ bool internalRouterEndpointFree()
 }
 
 bool waitForNoRouter(std::chrono::milliseconds deadline) { return waitUntil(internalRouterEndpointFree, deadline); }
+
+bool isBoundLoopback(QString const& endpoint)
+{
+    // Not std::regex: GCC 12 warns of its insides in sanitizer builds, and warnings are errors.
+    static QRegularExpression const pattern(QStringLiteral("^tcp://127\\.0\\.0\\.1:[1-9][0-9]*$"));
+    return pattern.match(endpoint).hasMatch();
+}
 
 int freeLoopbackPort()
 {

@@ -2,6 +2,8 @@
 
 #include "polling.h"
 
+#include <QString>
+
 #include <zmq.hpp>
 
 #include <chrono>
@@ -40,6 +42,9 @@ bool internalRouterEndpointFree();
 
 // Polls until no router holds the internal endpoint (closing a socket frees it asynchronously).
 bool waitForNoRouter(std::chrono::milliseconds deadline = defaultDeadline);
+
+// Whether `endpoint` is tcp://127.0.0.1 with a concrete port, as a wildcard bind reports it.
+bool isBoundLoopback(QString const& endpoint);
 
 // A free loopback TCP port, as the system hands it out right now.
 int freeLoopbackPort();

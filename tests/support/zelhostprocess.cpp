@@ -1,5 +1,7 @@
 #include "zelhostprocess.h"
 
+#include "rawpeers.h"
+
 #include <QFile>
 #include <QProcessEnvironment>
 
@@ -8,7 +10,6 @@
 namespace zeltest {
 
 ZelhostProcess::ZelhostProcess(QString const& iniContent, QString const& name)
-    : name(name)
 {
     if (!iniContent.isNull()) {
         QFile file(dir.filePath(name + QStringLiteral(".ini")));
@@ -29,6 +30,26 @@ ZelhostProcess::~ZelhostProcess()
         proc.kill();
         proc.waitForFinished(5000);
     }
+}
+
+std::unique_ptr<ZelhostProcess> ZelhostProcess::listeningAt(QString address)
+{
+    if (address.isEmpty())
+        address = freeLoopbackAddress();
+    auto host = std::make_unique<ZelhostProcess>(QStringLiteral("EnvironmentAddress=%1\n").arg(address));
+    host->address = address;
+    return host;
+}
+
+testing::AssertionResult ZelhostProcess::startReady()
+{
+    if (!start())
+        return testing::AssertionFailure() << "cannot run " << proc.program().toStdString();
+    QString const line = waitForFirstLine();
+    if (line != QStringLiteral("zelhost: ready at ") + address)
+        return testing::AssertionFailure()
+            << "first line [" << line.toStdString() << "], stderr [" << standardError().toStdString() << "]";
+    return testing::AssertionSuccess();
 }
 
 bool ZelhostProcess::start()
@@ -61,5 +82,7 @@ QString ZelhostProcess::standardError()
     errorText += QString::fromUtf8(proc.readAllStandardError());
     return errorText;
 }
+
+QString freeLoopbackAddress() { return QStringLiteral("tcp://127.0.0.1:%1").arg(freeLoopbackPort()); }
 
 } // namespace zeltest

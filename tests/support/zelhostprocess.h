@@ -4,7 +4,10 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <gtest/gtest.h>
+
 #include <chrono>
+#include <memory>
 
 namespace zeltest {
 
@@ -16,7 +19,12 @@ public:
     explicit ZelhostProcess(QString const& iniContent, QString const& name = QStringLiteral("zeltest"));
     ~ZelhostProcess();
 
+    // Configured with EnvironmentAddress=`address` alone; a free loopback port when none is given.
+    static std::unique_ptr<ZelhostProcess> listeningAt(QString address = {});
+
     bool start();
+    // Starts it and waits for "zelhost: ready at <address>"; a failure carries what zelhost said.
+    testing::AssertionResult startReady();
     // The first line on stdout, without its line end; empty when none came within the deadline.
     QString waitForFirstLine(std::chrono::milliseconds deadline = std::chrono::seconds(10));
     // Waits for the end; false on time-out.
@@ -26,11 +34,15 @@ public:
     QProcess& process() { return proc; }
     QString standardError();
 
+    QString address; // set by listeningAt
+
 private:
     QTemporaryDir dir;
-    QString name;
     QProcess proc;
     QString errorText;
 };
+
+// tcp://127.0.0.1 with a port that is free right now.
+QString freeLoopbackAddress();
 
 } // namespace zeltest

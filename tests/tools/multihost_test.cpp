@@ -95,14 +95,11 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
 
     std::unique_ptr<zeltest::ZelhostProcess> hosts[2];
     for (int i = 0; i < 2; ++i) {
-        QString const address = QStringLiteral("tcp://10.77.0.%1:7700").arg(i + 1);
-        hosts[i] = std::make_unique<zeltest::ZelhostProcess>(QStringLiteral("EnvironmentAddress=%1\n").arg(address));
+        hosts[i] = zeltest::ZelhostProcess::listeningAt(QStringLiteral("tcp://10.77.0.%1:7700").arg(i + 1));
         hosts[i]->process().setProgram(QStringLiteral("ip"));
         hosts[i]->process().setArguments(machines.exec(QLatin1Char('a' + i)).mid(1)
             << QStringLiteral(ZEL_BIN_DIR "/zelhost") << QStringLiteral("zeltest"));
-        ASSERT_TRUE(hosts[i]->start());
-        ASSERT_EQ(hosts[i]->waitForFirstLine(), "zelhost: ready at " + address)
-            << hosts[i]->standardError().toStdString();
+        ASSERT_TRUE(hosts[i]->startReady());
     }
     // zelctl runs on machine a and reaches b over the veth pair.
     auto zelctl = [&](QStringList const& arguments, char host) {

@@ -1,17 +1,9 @@
-#include "support/controlclient.h"
+#include "support/environmenttest.h"
 
 #include <zel/controlmessagehelper.h>
-#include <zel/datastreaminitializer.h>
 #include <zel/decodecontrolrecord.h>
 #include <zel/endpoints.h>
-#include <zel/environment.h>
 #include <zel/nameserviceclient.h>
-#include <zel/processorerror.h>
-#include <zel/zelmsg/datastream.h>
-
-#include <gtest/gtest.h>
-
-#include <QRegularExpression>
 
 using zel::ControlMessageHelper;
 using zel::Endpoints;
@@ -21,46 +13,28 @@ using Addresses = std::vector<std::string>;
 
 namespace {
 
-std::string const prefix = zel::internalAddressPrefixDefault;
-
-// A loopback endpoint with a concrete port, as a wildcard bind reports it.
-bool isBoundLoopback(std::string const& endpoint)
-{
-    // Not std::regex: GCC 12 warns of its insides in sanitizer builds, and warnings are errors.
-    static QRegularExpression const pattern(QStringLiteral("^tcp://127\\.0\\.0\\.1:[1-9][0-9]*$"));
-    return pattern.match(QString::fromStdString(endpoint)).hasMatch();
-}
-
 std::string xmlOf(Record const& record) { return record.GetXmlString().toUtf8().toStdString(); }
 
-// The name service of group "ns", reached by its two doors: through the router as a client outside
-// reaches it, and directly as the processors of the group do.
-class NameServiceTest : public testing::Test
+// The name service of group "g" by its two doors: routed, as for a client, and direct, as for processors.
+class NameServiceTest : public zeltest::EnvironmentTest
 {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(outcome(control.request(
-                      zeltest::managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage("ns"))),
-            "Success");
-    }
-
-    void TearDown() override
-    {
-        environment.reset();
-        EXPECT_TRUE(zeltest::waitForNoRouter());
+        EnvironmentTest::SetUp();
+        names.emplace(Endpoints::getInternalNameServiceEndpoint("g", zeltest::internalPrefix), 10000);
     }
 
     std::string routed(std::string const& payload)
     {
-        return outcome(control.requestRaw(zeltest::nameServiceIdentity("ns"), payload));
+        return outcome(client->requestRaw(zeltest::nameServiceIdentity("g"), payload));
     }
 
     // One payload straight to the direct door from a raw REQ socket.
     static std::string direct(std::string const& payload)
     {
         zmq::socket_t socket = zeltest::makeSocket(zmq::socket_type::req);
-        socket.connect(Endpoints::getInternalNameServiceEndpoint("ns", prefix));
+        socket.connect(Endpoints::getInternalNameServiceEndpoint("g", zeltest::internalPrefix));
         zeltest::sendFrames(socket, { payload });
         auto const reply = zeltest::receiveFrames(socket);
         if (!reply || reply->size() != 1)
@@ -68,9 +42,7 @@ protected:
         return outcome(zel::decodeControlRecord({ {}, QByteArray::fromStdString(reply->back()) }));
     }
 
-    std::unique_ptr<zel::Environment> environment = std::make_unique<zel::Environment>();
-    zeltest::ControlClient control { environment->getRouterFrontendAddress() };
-    zel::NameServiceClient client { Endpoints::getInternalNameServiceEndpoint("ns", prefix), 10000 };
+    std::optional<zel::NameServiceClient> names;
     std::string processor;
     Addresses addresses;
 };
@@ -80,35 +52,25 @@ protected:
 TEST_F(NameServiceTest, RegisterResolveAndDeregisterByEitherDoorOnOneStore)
 {
     Addresses const unsorted { "tcp://10.0.0.2:7000", "inproc://a" };
-    EXPECT_TRUE(client.registerStream("video", "camera", unsorted));
-    EXPECT_TRUE(client.registerStream("Video", "upper", { "inproc://u" })) << "names are case sensitive";
+    EXPECT_TRUE(names->registerStream("video", "camera", unsorted));
+    EXPECT_TRUE(names->registerStream("Video", "upper", { "inproc://u" })) << "names are case sensitive";
 
-    zel::NameServiceClient copy = client;
-    EXPECT_FALSE(client.registerStream("video", "intruder", { "inproc://b" }));
+    zel::NameServiceClient copy = *names;
+    EXPECT_FALSE(names->registerStream("video", "intruder", { "inproc://b" }));
     EXPECT_EQ(copy.getLastMessageText(), "Error: 'video' already exists") << "copies share the request client";
-    EXPECT_TRUE(client.resolveStream("video", processor, addresses));
+    EXPECT_TRUE(names->resolveStream("video", processor, addresses));
     EXPECT_EQ(processor, "camera") << "the first registration stands";
     EXPECT_EQ(addresses, unsorted);
-    EXPECT_EQ(client.getLastMessageText(), "") << "a success clears the text of the earlier failure";
+    EXPECT_EQ(names->getLastMessageText(), "") << "a success clears the text of the earlier failure";
 
-    EXPECT_FALSE(client.resolveStream("never", processor, addresses));
-    EXPECT_EQ(client.getLastMessageText(), "Error: 'never' does not exist");
+    EXPECT_FALSE(names->resolveStream("never", processor, addresses));
+    EXPECT_EQ(names->getLastMessageText(), "Error: 'never' does not exist");
     EXPECT_EQ(processor, "camera") << "a failed resolve leaves its outputs";
-
-    auto const resolved
-        = control.request(zeltest::nameServiceIdentity("ns"), ControlMessageHelper::makeResolveStreamMessage("video"));
-    ASSERT_EQ(outcome(resolved), "Success");
-    EXPECT_EQ(resolved->GetStreamName(), QStringLiteral("video")) << "the reply is the request record";
-    EXPECT_EQ(resolved->GetProcessorName(), QStringLiteral("camera"));
-    EXPECT_EQ(ControlMessageHelper::fromQStringVector(resolved->GetStreamAddresses()), unsorted);
 
     EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))), "Success");
     EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeDeregisterStreamMessage("video"))),
         "Error: Error: 'video' does not exist");
-    EXPECT_EQ(routed(xmlOf(ControlMessageHelper::makeRegisterStreamMessage("video", "p2", "inproc://two"))), "Success");
-    EXPECT_TRUE(client.resolveStream("video", processor, addresses));
-    EXPECT_EQ(processor, "p2");
-    EXPECT_EQ(addresses, Addresses { "inproc://two" });
+    EXPECT_FALSE(names->resolveStream("video", processor, addresses)) << "one store behind both doors";
 }
 
 TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageTypeAtEitherDoor)
@@ -121,41 +83,5 @@ TEST_F(NameServiceTest, AnythingButItsThreeTypesGetsUnknownMessageTypeAtEitherDo
         EXPECT_EQ(direct(payload), "Error: Unknown message type") << payload;
         EXPECT_EQ(routed(payload), "Error: Unknown message type") << payload;
     }
-    EXPECT_TRUE(client.registerStream("after", "p", { "inproc://after" })) << "still serving";
-}
-
-TEST_F(NameServiceTest, InitializerBindsEveryAddressRegistersThemAndFailsOnADuplicate)
-{
-    zmq::socket_t publisher = zeltest::makeSocket(zmq::socket_type::pub);
-    zelmsg::DataStream stream;
-    stream.SetName("frames");
-    stream.AppendAddress("tcp://127.0.0.1:*");
-    stream.AppendAddress("inproc://initializer-test-frames");
-    zel::DataStreamInitializer(Endpoints::getProcessorEndpoint("ns", "pub1", prefix), "pub1", client)
-        .initialize(publisher, stream);
-
-    Addresses const bound = ControlMessageHelper::fromQStringVector(stream.GetAddress());
-    ASSERT_EQ(bound.size(), 2u);
-    EXPECT_TRUE(isBoundLoopback(bound[0])) << bound[0];
-    EXPECT_EQ(bound[1], "inproc://initializer-test-frames");
-    zmq::socket_t squatter = zeltest::makeSocket(zmq::socket_type::pub);
-    EXPECT_THROW(squatter.bind(bound[0]), zmq::error_t) << "the concrete port is not held by the publisher";
-    EXPECT_TRUE(client.resolveStream("frames", processor, addresses));
-    EXPECT_EQ(processor, "pub1");
-    EXPECT_EQ(addresses, bound);
-
-    std::string const secondEndpoint = Endpoints::getProcessorEndpoint("ns", "pub2", prefix);
-    zmq::socket_t secondSocket = zeltest::makeSocket(zmq::socket_type::pub);
-    zelmsg::DataStream second;
-    second.SetName("frames");
-    second.AppendAddress("tcp://127.0.0.1:*");
-    try {
-        zel::DataStreamInitializer(secondEndpoint, "pub2", client).initialize(secondSocket, second);
-        ADD_FAILURE() << "the second registration went through";
-    } catch (zel::ProcessorError const& e) {
-        EXPECT_EQ(std::string(e.what()), secondEndpoint + ": Stream 'frames'could not be registered at nameservice");
-    }
-    // Bound all the same, and the service's reason stays with the client.
-    EXPECT_TRUE(isBoundLoopback(second.GetAddress().value(0).toStdString()));
-    EXPECT_EQ(client.getLastMessageText(), "Error: 'frames' already exists");
+    EXPECT_TRUE(names->registerStream("after", "p", { "inproc://after" })) << "still serving";
 }
