@@ -9,7 +9,9 @@
 // Each iteration is a window of 100 ms of a flow that runs all along; the figures are messages and
 // megabytes (10^6, type and data frames) per second received, over all windows, and the best
 // window's rate. Two summaries of the best windows follow the table: ZEL beside raw, and one
-// message per wake-up beside its floor.
+// message per wake-up beside its floor. Every flow runs twice, in two rounds over all flows: on two
+// cores a flow's rate depends on where its threads land, which holds for a whole run, and the
+// summaries take each flow's better run.
 
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>
@@ -83,7 +85,8 @@ void report(benchmark::State& state, Totals const& totals, Transport transport, 
     state.counters["MB/s"] = perSecond * (size + static_cast<double>(streamType.size())) / 1e6;
     state.counters["sent/s"] = static_cast<double>(totals.sent) / totals.seconds;
     state.counters["best msg/s"] = totals.best;
-    received[{ int(transport), size }].of[int(flow)] = totals.best;
+    double& best = received[{ int(transport), size }].of[int(flow)];
+    best = std::max(best, totals.best);
 }
 
 // Measures windows of a running flow; `sample` gives (received, sent) so far.
@@ -276,14 +279,8 @@ void zelFlow(benchmark::State& state, Transport transport, int size, Flow flow)
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+void registerFlows()
 {
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
     for (Transport const transport : { Transport::Inproc, Transport::Tcp }) {
         for (int const size : { 64, 1024, 65536 }) {
             // Each next to what it is compared with, so that a change of load between them counts less.
@@ -298,6 +295,18 @@ int main(int argc, char** argv)
             }
         }
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    for (int round = 0; round < 2; ++round)
+        registerFlows();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     systemInstance.reset();

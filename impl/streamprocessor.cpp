@@ -8,7 +8,6 @@
 #include <zel/nameserviceclient.h>
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace zel {
@@ -89,10 +88,9 @@ void StreamProcessor::checkDataEvents()
     // The first message is there, since the poll said so; the rest of a batch only if already queued.
     inputClient->processInput();
     for (int served = 1; served < inputBatchSize; ++served) {
-        std::optional<ByteStreamMessage> message = inputWrapper->tryReceiveMessage();
-        if (!message)
+        if (!inputWrapper->tryReceiveMessage(batchMessage))
             return;
-        handleMessage(*message, inputWrapper);
+        handleMessage(batchMessage, inputWrapper);
     }
 }
 

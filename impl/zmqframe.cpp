@@ -2,6 +2,8 @@
 
 #include <zel/socketerror.h>
 
+#include <cstring>
+
 namespace zel {
 
 namespace {
@@ -58,6 +60,13 @@ bool receiveFrameIfAny(zmq::socket_t& socket, zmq::message_t& frame) { return re
 QByteArray frameBytes(zmq::message_t const& frame)
 {
     return QByteArray(frame.data<char>(), static_cast<int>(frame.size()));
+}
+
+void copyFrame(zmq::message_t const& frame, QByteArray& bytes)
+{
+    bytes.resize(static_cast<int>(frame.size()));
+    if (frame.size() > 0)
+        std::memcpy(bytes.data(), frame.data(), frame.size());
 }
 
 QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& frame)

@@ -6,8 +6,6 @@
 #include <zel/zmqframe.h>
 #include <zel/zmqsocketbase.h>
 
-#include <optional>
-
 namespace zel {
 
 // A stream's input: the type frame, then the data frame if one follows. A message of one frame
@@ -22,27 +20,32 @@ public:
     {
         zmq::message_t frame;
         receiveFrame(*this->socket, frame);
-        return takeMessage(frame);
+        ByteStreamMessage message;
+        takeMessage(frame, message);
+        return message;
     }
 
-    // Never blocks: nothing when no whole message is waiting. ZeroMQ hands over the frames of a
-    // message together, so once the first has come the rest are there.
-    std::optional<ByteStreamMessage> tryReceiveMessage()
+    // Never blocks: false when no whole message is waiting. ZeroMQ hands over the frames of a
+    // message together, so once the first has come the rest are there. The message's buffers are
+    // reused where nobody else shares them, so a loop that drains into one message allocates
+    // nothing per message.
+    bool tryReceiveMessage(ByteStreamMessage& message)
     {
         zmq::message_t frame;
         if (!receiveFrameIfAny(*this->socket, frame))
-            return std::nullopt;
-        return takeMessage(frame);
+            return false;
+        takeMessage(frame, message);
+        return true;
     }
 
 private:
-    ByteStreamMessage takeMessage(zmq::message_t& first)
+    void takeMessage(zmq::message_t& first, ByteStreamMessage& message)
     {
-        ByteStreamMessage message;
-        message.type = frameBytes(first);
-        if (first.more())
-            message.data = receiveFrameBytes(*this->socket, first);
-        return message;
+        copyFrame(first, message.type);
+        if (!first.more())
+            return message.data.clear();
+        receiveFrame(*this->socket, first);
+        copyFrame(first, message.data);
     }
 };
 

@@ -23,6 +23,8 @@ ZEL_EXPORT void receiveFrame(zmq::socket_t& socket, zmq::message_t& frame);
 ZEL_EXPORT bool receiveFrameIfAny(zmq::socket_t& socket, zmq::message_t& frame);
 // A copy of a received frame's bytes.
 ZEL_EXPORT QByteArray frameBytes(zmq::message_t const& frame);
+// The same into `bytes`, whose buffer is reused when nobody else shares it and it is large enough.
+ZEL_EXPORT void copyFrame(zmq::message_t const& frame, QByteArray& bytes);
 // Receives one frame and copies it out; the frame object tells whether more follow.
 ZEL_EXPORT QByteArray receiveFrameBytes(zmq::socket_t& socket, zmq::message_t& frame);
 // Throws SocketError "Invalid message format" unless another frame of the message follows.
