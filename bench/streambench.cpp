@@ -71,7 +71,6 @@ struct Rates
     double operator[](Flow flow) const { return of[int(flow)]; }
 };
 std::map<std::pair<int, int>, Rates[rounds]> received;
-std::map<std::pair<int, int>, int[4]> runsSoFar; // of each flow, so the next run's round
 
 // What a run of windows counted.
 struct Totals
@@ -82,16 +81,14 @@ struct Totals
     double best = 0; // received per second in the best window
 };
 
-void report(benchmark::State& state, Totals const& totals, Transport transport, int size, Flow flow)
+void report(benchmark::State& state, Totals const& totals, Transport transport, int size, Flow flow, int round)
 {
     double const perSecond = static_cast<double>(totals.messages) / totals.seconds;
     state.counters["msg/s"] = perSecond;
     state.counters["MB/s"] = perSecond * (size + static_cast<double>(streamType.size())) / 1e6;
     state.counters["sent/s"] = static_cast<double>(totals.sent) / totals.seconds;
     state.counters["best msg/s"] = totals.best;
-    std::pair<int, int> const key { int(transport), size };
-    int& round = runsSoFar[key][int(flow)];
-    received[key][round++ % rounds].of[int(flow)] = totals.best;
+    received[{ int(transport), size }][round].of[int(flow)] = totals.best;
 }
 
 double ratio(double over, double under) { return under > 0 ? over / under : 0.0; }
@@ -171,7 +168,7 @@ void pollLoop(zmq::socket_t& socket, std::atomic<bool>& stop, std::atomic<std::u
     }
 }
 
-void bareFlow(benchmark::State& state, Transport transport, int size, Flow flow)
+void bareFlow(benchmark::State& state, Transport transport, int size, Flow flow, int round)
 {
     static int run = 0;
     std::string address
@@ -213,7 +210,7 @@ void bareFlow(benchmark::State& state, Transport transport, int size, Flow flow)
     stop = true;
     subscriber.join();
     publisher.join();
-    report(state, totals, transport, size, flow);
+    report(state, totals, transport, size, flow, round);
 }
 
 // --- ZEL: Generator to Counter -------------------------------------------------------------------
@@ -246,7 +243,7 @@ System& zel()
 
 std::string const& prefix() { return zel::internalAddressPrefixDefault; }
 
-void zelFlow(benchmark::State& state, Transport transport, int size, Flow flow)
+void zelFlow(benchmark::State& state, Transport transport, int size, Flow flow, int round)
 {
     static int run = 0;
     std::string const group = "bench" + std::to_string(++run);
@@ -293,13 +290,13 @@ void zelFlow(benchmark::State& state, Transport transport, int size, Flow flow)
             = measure(state, [&] { return std::make_pair(value(counter, "count"), value(gen, "sent")); });
         system.request(
             zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeDeleteProcessorGroupMessage(group));
-        report(state, totals, transport, size, flow);
+        report(state, totals, transport, size, flow, round);
     } catch (std::exception const& e) {
         state.SkipWithError(e.what());
     }
 }
 
-void registerFlows()
+void registerFlows(int round)
 {
     for (Transport const transport : { Transport::Inproc, Transport::Tcp }) {
         for (int const size : { 64, 1024, 65536 }) {
@@ -308,7 +305,7 @@ void registerFlows()
                 std::string const label
                     = std::string("stream/") + name(transport) + "/" + std::to_string(size) + "B/" + name(flow);
                 bool const bare = flow == Flow::Raw || flow == Flow::Poll;
-                benchmark::RegisterBenchmark(label.c_str(), bare ? bareFlow : zelFlow, transport, size, flow)
+                benchmark::RegisterBenchmark(label.c_str(), bare ? bareFlow : zelFlow, transport, size, flow, round)
                     ->UseManualTime()
                     ->Iterations(windows)
                     ->Unit(benchmark::kMillisecond);
@@ -326,7 +323,7 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
     for (int round = 0; round < rounds; ++round)
-        registerFlows();
+        registerFlows(round);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     systemInstance.reset();

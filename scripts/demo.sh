@@ -79,12 +79,14 @@ echo "    what the Counter cannot take: the Counter keeps up when it counts all 
 run set demo generator size 64
 run set demo generator rate 0
 run set demo generator lossless 1
+# Messages sent, forwarded and counted so far, on one line.
+readings() { echo "$("$bin/zelctl" get demo generator sent) $("$bin/zelctl" get demo relay forwarded) $(counter count)"; }
 for batch in 1 64; do
   run set demo counter batch $batch
-  sent0=$("$bin/zelctl" get demo generator sent); fwd0=$("$bin/zelctl" get demo relay forwarded); got0=$(counter count)
+  read -r sent0 fwd0 got0 < <(readings)
   for second in 1 2; do
     sleep 1
-    sent=$("$bin/zelctl" get demo generator sent); fwd=$("$bin/zelctl" get demo relay forwarded); got=$(counter count)
+    read -r sent fwd got < <(readings)
     printf '   batch %2d  %ds  sent %8d/s  forwarded %7d/s  counted %7d/s  (%d%% of forwarded)\n' "$batch" \
       "$second" $((sent - sent0)) $((fwd - fwd0)) $((got - got0)) $((100 * (got - got0) / (fwd - fwd0 + 1)))
     sent0=$sent; fwd0=$fwd; got0=$got
