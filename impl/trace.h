@@ -6,8 +6,8 @@
 
 #include <QString>
 
-// ZEL_TRACE_FILE is the source's path in the tree without its extension ("impl/zmqhelper"), set per
-// source by the build, so that no absolute path of the build machine is compiled in.
+// ZEL_TRACE_FILE is the source's path in the tree without its extension and impl's subsystem folder
+// ("impl/zmqhelper"), set per source by the build, so that no absolute path of the build machine is compiled in.
 #define ZEL_TRACE_PATH QStringLiteral(ZEL_TRACE_FILE)
 
 #define ZEL_TRACE(bit, text)                                                                                           \
