@@ -2,7 +2,7 @@
 
 #include <zel/httpbridgeworker.h>
 
-#include "trace.h"
+#include "runtime/trace.h"
 
 #include <QScopeGuard>
 

@@ -3,7 +3,7 @@
 #include <zel/httpbridge.h>
 
 #include "byteorder.h"
-#include "trace.h"
+#include "runtime/trace.h"
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>

@@ -5,7 +5,7 @@
 #include <zel/processorinfo.h>
 
 #include "pluginfolders.h"
-#include "trace.h"
+#include "runtime/trace.h"
 
 #include <QDir>
 #include <QFileInfo>

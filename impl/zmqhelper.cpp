@@ -2,7 +2,7 @@
 
 #include <zel/zmqframe.h>
 
-#include "trace.h"
+#include "runtime/trace.h"
 
 #include <algorithm>
 #include <chrono>

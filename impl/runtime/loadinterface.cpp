@@ -5,7 +5,7 @@
 #include <zel/host/hxexception.h>
 #include <zel/host/ierrorhandler.h>
 
-#include "trace.h"
+#include "runtime/trace.h"
 
 #include <exception>
 

@@ -2,7 +2,7 @@
 
 #include <zel/host/cfgcenter.h>
 
-#include "trace.h"
+#include "runtime/trace.h"
 
 namespace zel {
 

@@ -4,7 +4,7 @@
 #include <zel/zmqcontroller.h>
 #include <zel/zmqhelper.h>
 
-#include "trace.h"
+#include "runtime/trace.h"
 
 namespace zel {
 
