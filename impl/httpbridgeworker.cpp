@@ -2,8 +2,8 @@
 
 #include <zel/httpbridge.h>
 
-#include "byteorder.h"
 #include "runtime/trace.h"
+#include "transport/byteorder.h"
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>

@@ -1,4 +1,4 @@
-#include "byteorder.h"
+#include "transport/byteorder.h"
 
 // The one place that knows where the platform keeps htonl.
 #ifdef _WIN32
