@@ -1,6 +1,6 @@
 #include <zel/environment.h>
 
-#include "processorgroupmanagertemplate.h"
+#include "services/processorgroupmanagertemplate.h"
 
 #include <zel/pluginmanager.h>
 

@@ -1,4 +1,4 @@
-#include "processorgrouphandlertemplate.h"
+#include "services/processorgrouphandlertemplate.h"
 
 #include <zel/configtool.h>
 #include <zel/context.h>
@@ -10,7 +10,7 @@
 #include <zel/zmqframe.h>
 #include <zel/zmqhelper.h>
 
-#include "routedservice.h"
+#include "services/routedservice.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processorgrouptemplate.h"
+#include "services/processorgrouptemplate.h"
 
 #include <zel/controlmessage.h>
 #include <zel/messagehandler.h>

@@ -1,6 +1,6 @@
-#include "processorgrouptemplate.h"
+#include "services/processorgrouptemplate.h"
 
-#include "processorgrouphandlertemplate.h"
+#include "services/processorgrouphandlertemplate.h"
 
 #include <zel/endpoints.h>
 #include <zel/pluginmanager.h>

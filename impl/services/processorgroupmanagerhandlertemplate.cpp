@@ -1,10 +1,10 @@
-#include "processorgroupmanagerhandlertemplate.h"
+#include "services/processorgroupmanagerhandlertemplate.h"
 
 #include <zel/configtool.h>
 #include <zel/servecontrolmessage.h>
 #include <zel/socketerror.h>
 
-#include "routedservice.h"
+#include "services/routedservice.h"
 
 namespace zel {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "routedservice.h"
+#include "services/routedservice.h"
 
 #include <memory>
 #include <string>

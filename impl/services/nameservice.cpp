@@ -1,6 +1,6 @@
 #include <zel/nameservice.h>
 
-#include "nameservicehandlertemplate.h"
+#include "services/nameservicehandlertemplate.h"
 
 #include <zel/context.h>
 #include <zel/endpoints.h>

@@ -1,4 +1,4 @@
-#include "routedservice.h"
+#include "services/routedservice.h"
 
 #include <zel/context.h>
 #include <zel/zmqhelper.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "routedservice.h"
+#include "services/routedservice.h"
 
 #include <zel/nameservice.h>
 #include <zel/zmqcontrollablethread.h>

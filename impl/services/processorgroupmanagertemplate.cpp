@@ -1,6 +1,6 @@
-#include "processorgroupmanagertemplate.h"
+#include "services/processorgroupmanagertemplate.h"
 
-#include "processorgroupmanagerhandlertemplate.h"
+#include "services/processorgroupmanagerhandlertemplate.h"
 
 #include <zel/endpoints.h>
 #include <zel/pluginmanager.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nameservicestore.h"
+#include "services/nameservicestore.h"
 
 #include <zel/configtool.h>
 #include <zel/messagehandler.h>
