@@ -1,4 +1,4 @@
-#include "sourceconnection.h"
+#include "processors/sourceconnection.h"
 
 #include <zel/configtool.h>
 #include <zel/zmqhelper.h>

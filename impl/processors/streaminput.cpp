@@ -1,6 +1,6 @@
 #include <zel/streaminput.h>
 
-#include "sourceconnection.h"
+#include "processors/sourceconnection.h"
 
 #include <zel/context.h>
 

@@ -1,4 +1,4 @@
-#include "pluginfolders.h"
+#include "processors/pluginfolders.h"
 
 #include <QCoreApplication>
 #include <QDir>

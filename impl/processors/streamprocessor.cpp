@@ -1,6 +1,6 @@
 #include <zel/streamprocessor.h>
 
-#include "sourceconnection.h"
+#include "processors/sourceconnection.h"
 
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>

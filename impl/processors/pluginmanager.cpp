@@ -4,7 +4,7 @@
 #include <zel/processorbase.h>
 #include <zel/processorinfo.h>
 
-#include "pluginfolders.h"
+#include "processors/pluginfolders.h"
 #include "runtime/trace.h"
 
 #include <QDir>
