@@ -5,12 +5,19 @@
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>
 #include <zel/datastreaminitializer.h>
+#include <zel/inputclient.h>
 #include <zel/nameserviceclient.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace zel {
+
+namespace {
+
+using ByteStreamInputClient = InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>;
+
+} // namespace
 
 StreamProcessor::StreamProcessor(std::string const& processorName, std::string const& groupName,
     std::string const& streamName, std::string const& streamAddress, std::string const& addressPrefix)
@@ -48,9 +55,7 @@ bool StreamProcessor::initialize()
     if (!ProcessorBase::initialize())
         return false;
     inputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
-    auto wrapper = std::make_unique<ZmqByteStreamInSocket>(*inputSocket);
-    inputWrapper = wrapper.get();
-    inputClient = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(std::move(wrapper), this);
+    inputClient = std::make_unique<ByteStreamInputClient>(std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
     outputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub));
     outputWrapper = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
     std::string const endpoint = getEndpointString();
@@ -74,7 +79,6 @@ void StreamProcessor::freeStreamSockets()
 {
     outputWrapper.reset();
     outputSocket.reset();
-    inputWrapper = nullptr;
     inputClient.reset();
     inputSocket.reset();
 }
@@ -87,10 +91,12 @@ void StreamProcessor::checkDataEvents()
         return;
     // The first message is there, since the poll said so; the rest of a batch only if already queued.
     inputClient->processInput();
+    // initialize made the client: the cast is exact and costs nothing.
+    ZmqByteStreamInSocket& input = static_cast<ByteStreamInputClient&>(*inputClient).getSocket();
     for (int served = 1; served < inputBatchSize; ++served) {
-        if (!inputWrapper->tryReceiveMessage(batchMessage))
+        if (!input.tryReceiveMessage(batchMessage))
             return;
-        handleMessage(batchMessage, inputWrapper);
+        handleMessage(batchMessage, &input);
     }
 }
 
