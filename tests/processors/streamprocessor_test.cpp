@@ -1,4 +1,4 @@
-#include "controlplane/labplugin.h"
+#include "services/labplugin.h"
 #include "support/environmenttest.h"
 #include "support/printers.h"
 
