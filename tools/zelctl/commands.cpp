@@ -127,12 +127,11 @@ int connect(Invocation& call)
             = host.isEmpty() ? nullptr : std::make_unique<SystemClient>(utf8(host), call.client.timeout());
         Invocation at { call.line, other ? *other : call.client, call.args };
         ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(call.args[2]));
-        Outcome const outcome = at.client.request(
-            Identities::nameService(call.line.value(QStringLiteral("--stream-group"), call.args[0])), resolve);
+        std::string const nameService
+            = Identities::nameService(call.line.value(QStringLiteral("--stream-group"), call.args[0]));
+        Outcome const outcome = at.client.request(nameService, resolve);
         if (outcome != Outcome::Success)
-            return conclude(at,
-                Identities::nameService(call.line.value(QStringLiteral("--stream-group"), call.args[0])), outcome,
-                resolve, printNothing);
+            return conclude(at, nameService, outcome, resolve, printNothing);
         address = StreamAddress::dialable(
             resolve.GetStreamAddresses(), QString::fromStdString(at.client.address()), other != nullptr);
         if (address.isEmpty()) {
