@@ -15,7 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace zeltest;
-using cptest::Journal;
 
 // The demo plug-in's processors in group "g".
 class StreamProcessorTest : public EnvironmentTest
@@ -285,7 +284,7 @@ TEST_F(BatchingTest, BatchesKeepOrderAndHoldUpRequestsAndStopsForOneBatchAtMost)
     // An input drained until empty would hold the request up as long as the flood lasts.
     publish("f", 5000);
     client->send(processorIdentity("g", "p"), Helper::makeGetParameterListMessage());
-    std::optional<ControlClient::Reply> reply;
+    std::optional<FrontendClient::Reply> reply;
     for (auto const end = std::chrono::steady_clock::now() + defaultDeadline;
          !reply && std::chrono::steady_clock::now() < end; reply = client->receive(0ms))
         publish("f", 1000);

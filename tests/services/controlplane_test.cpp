@@ -17,7 +17,6 @@
 #include <utility>
 #include <vector>
 
-using namespace cptest;
 using namespace zeltest;
 
 namespace {

@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-namespace cptest {
+namespace zeltest {
 
 // What one test processor did, written on its thread and read by the test.
 class Journal
@@ -204,4 +204,4 @@ private:
     std::map<std::string, std::pair<Behaviour, std::shared_ptr<Journal>>> prepared;
 };
 
-} // namespace cptest
+} // namespace zeltest

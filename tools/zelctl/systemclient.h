@@ -10,12 +10,13 @@
 // What an exchange with the system came to.
 enum class Outcome { Success, Failure, Timeout };
 
-// A client outside the system: a REQ socket that keeps the envelope's address frame, so that the
-// router delivers each record to the identity it names.
-class ControlClient
+// The one way zelctl asks a running system: the library's request client at the router's frontend,
+// keeping the envelope's address frame so that the router delivers each record to the identity it
+// names.
+class SystemClient
 {
 public:
-    ControlClient(std::string const& address, int timeoutMs);
+    SystemClient(std::string const& address, int timeoutMs);
 
     // Sends `record` to `identity`; on an answer `record` becomes the reply. Connects on first use,
     // so that commands that never ask anything need no frontend.

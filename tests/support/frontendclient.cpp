@@ -1,4 +1,4 @@
-#include "controlclient.h"
+#include "frontendclient.h"
 
 #include <zel/controlmessagehelper.h>
 #include <zel/decodecontrolrecord.h>
@@ -7,36 +7,36 @@
 
 namespace zeltest {
 
-ControlClient::ControlClient(std::string const& frontendAddress)
+FrontendClient::FrontendClient(std::string const& frontendAddress)
     : socket(connectClient(frontendAddress))
 { }
 
-std::optional<zelmsg::ControlMessage> ControlClient::request(
+std::optional<zelmsg::ControlMessage> FrontendClient::request(
     std::string const& identity, zelmsg::ControlMessage const& record, std::chrono::milliseconds deadline)
 {
     send(identity, record);
     return replyFrom(identity, deadline);
 }
 
-std::optional<zelmsg::ControlMessage> ControlClient::requestRaw(
+std::optional<zelmsg::ControlMessage> FrontendClient::requestRaw(
     std::string const& identity, std::string const& payload, std::chrono::milliseconds deadline)
 {
     sendRaw(identity, payload);
     return replyFrom(identity, deadline);
 }
 
-void ControlClient::send(std::string const& identity, zelmsg::ControlMessage const& record)
+void FrontendClient::send(std::string const& identity, zelmsg::ControlMessage const& record)
 {
     QByteArray const payload = zel::ControlMessageHelper::makeMessageEnvelope(identity, record).payload;
     sendRaw(identity, payload.toStdString());
 }
 
-void ControlClient::sendRaw(std::string const& identity, std::string const& payload)
+void FrontendClient::sendRaw(std::string const& identity, std::string const& payload)
 {
     sendFrames(socket, { "", withNul(identity), payload });
 }
 
-std::optional<ControlClient::Reply> ControlClient::receive(std::chrono::milliseconds deadline)
+std::optional<FrontendClient::Reply> FrontendClient::receive(std::chrono::milliseconds deadline)
 {
     std::optional<Frames> frames;
     if (!waitUntil(
@@ -53,7 +53,7 @@ std::optional<ControlClient::Reply> ControlClient::receive(std::chrono::millisec
     return Reply { source, zel::decodeControlRecord(envelope) };
 }
 
-std::optional<zelmsg::ControlMessage> ControlClient::replyFrom(
+std::optional<zelmsg::ControlMessage> FrontendClient::replyFrom(
     std::string const& identity, std::chrono::milliseconds deadline)
 {
     auto reply = receive(deadline);

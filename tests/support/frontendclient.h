@@ -32,7 +32,7 @@ inline std::string processorIdentity(std::string const& group, std::string const
 // A client at the frontend of a running Environment, as a program outside would be: a DEALER that
 // sends empty, the target's identity with its NUL, and the record's XML; the answer comes back as
 // empty, the answering identity, the reply's XML. Belongs to the thread that made it.
-class ControlClient
+class FrontendClient
 {
 public:
     struct Reply
@@ -41,7 +41,7 @@ public:
         zelmsg::ControlMessage record;
     };
 
-    explicit ControlClient(std::string const& frontendAddress);
+    explicit FrontendClient(std::string const& frontendAddress);
 
     // One exchange: the reply of `identity`, or nothing when none came within the deadline. A reply
     // from anyone else is a test failure.
