@@ -343,6 +343,7 @@ template <class R> struct RecordRules
             appendNew(r, f, m, fill);
     }
 
+private:
     template <class T> static bool isWritten(Data const& d, FieldInfo const& f, T const& value)
     {
         if constexpr (isList<T>)
@@ -351,7 +352,6 @@ template <class R> struct RecordRules
             return f.required || d.bits.testBit(f.bit);
     }
 
-private:
     static bool isGoodItem(R const& r, QString const& item) { return r.IsValid(item); }
     static bool isGoodItem(R const&, RECORDMODEL::IRMObject const& item) { return item.HasData(); }
 
