@@ -2,7 +2,7 @@
 
 // The binary forms of the zelmsg records. Tagged: each written field as tag, length and value, so that a reader
 // skips what it does not know. Positional: the presence bits, then the values of the present fields in field
-// order, without tags.
+// order, without tags. BinaryReader reads the primitives of both; LengthSlot writes the tagged lengths.
 
 #include "binaryreader.h"
 #include "lengthslot.h"
