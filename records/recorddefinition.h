@@ -50,7 +50,11 @@
         return ZELMSG_BINARY_FORM(R)::getBinary(*this, stream, tag, writeId);                                          \
     }                                                                                                                  \
     void R::SetBinary(QDataStream& stream, int length) { ZELMSG_BINARY_FORM(R)::setBinary(*this, stream, length); }    \
-    void R::ProcessXml(QXmlStreamReader& reader) { ZELMSG_XML_FORM(R)::processXml(*this, reader); }                    \
+    void R::ProcessXml(QXmlStreamReader& reader)                                                                       \
+    {                                                                                                                  \
+        InitData();                                                                                                    \
+        RECORDMODEL::IRMObject::ProcessXml(reader);                                                                    \
+    }                                                                                                                  \
     void R::SetValidate(bool validate) const                                                                           \
     {                                                                                                                  \
         RECORDMODEL::IRMObject::SetValidate(validate);                                                                 \

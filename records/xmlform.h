@@ -29,14 +29,6 @@ template <class R> struct XmlForm
         return true;
     }
 
-    // The base's loop over the child elements, run here so that reading a record stays in the records.
-    static void processXml(R& r, QXmlStreamReader& reader)
-    {
-        Rules::initData(r);
-        while (reader.readNextStartElement())
-            r.ProcessXmlStartElement(reader);
-    }
-
     // Nested records are already in line here (from InitData, and from SetValidate when a read begins); aligning
     // them again for every child would make reading a long list quadratic.
     static void processStartElement(R& r, QXmlStreamReader& reader)
