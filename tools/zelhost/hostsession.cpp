@@ -6,6 +6,7 @@
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
 #include <zel/idllinstance.h>
+#include <zel/processorfailures.h>
 #include <zel/requestclienttemplate.h>
 #include <zel/socketreader.h>
 
@@ -98,7 +99,7 @@ HostSession::HostSession(QString instanceName)
 
 HostSession::~HostSession() { stop(); }
 
-bool HostSession::start() { return load() && execute(); }
+bool HostSession::start() { return load() && execute() && startFailureService(); }
 
 bool HostSession::load()
 {
@@ -138,6 +139,7 @@ bool HostSession::execute()
         reason = QStringLiteral("HXCreate failed");
         return false;
     }
+    zel::ProcessorFailures::enable();
     FailureCollector failures;
     instance->Execute(); // false on every path: the traces tell a failed start
     QStringList const lines = failures.collected();
@@ -148,8 +150,21 @@ bool HostSession::execute()
     return frontendAnswers(address, reason);
 }
 
+bool HostSession::startFailureService()
+{
+    try {
+        failureService
+            = std::make_unique<zel::ZmqControllableThread<FailureService>>(std::make_unique<FailureService>());
+        return true;
+    } catch (std::exception const& e) {
+        reason = QStringLiteral("zelhost's own service did not start: %1").arg(QString::fromUtf8(e.what()));
+        return false;
+    }
+}
+
 void HostSession::stop()
 {
+    failureService.reset();
     if (instance) {
         instance->Shutdown();
         destroy(instance);

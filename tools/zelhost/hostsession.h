@@ -1,6 +1,9 @@
 #pragma once
 
+#include "failureservice.h"
+
 #include <zel/loadinterface.h>
+#include <zel/zmqcontrollablethread.h>
 
 #include <QLibrary>
 #include <QString>
@@ -25,6 +28,7 @@ public:
 private:
     bool load();
     bool execute();
+    bool startFailureService();
 
     QString name;
     QString address;
@@ -34,4 +38,6 @@ private:
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;
     zel::IDllInstance* instance = nullptr;
+    // Runs while the environment does; stopped before it.
+    std::unique_ptr<zel::ZmqControllableThread<FailureService>> failureService;
 };
