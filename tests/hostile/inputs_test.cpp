@@ -1,8 +1,9 @@
 // What a hostile or careless client can send to a real zelhost: each shape gets its answer and a
 // second client is served afterwards.
 
+#include "support/frontendclient.h"
 #include "support/polling.h"
-#include "support/rawclient.h"
+#include "support/zelctlrun.h"
 #include "support/zelhostprocess.h"
 
 #include <zel/controlmessagehelper.h>
@@ -34,9 +35,9 @@ protected:
         env.insert(extra);
         host->process().setProcessEnvironment(env);
         ASSERT_TRUE(host->startReady());
-        client = std::make_unique<RawClient>(frontend());
+        client = std::make_unique<FrontendClient>(frontend());
         std::optional<ControlMessage> const made
-            = client->request(RawClient::groupManager(), ControlMessageHelper::makeCreateProcessorGroupMessage("g"));
+            = client->request(managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage("g"));
         ASSERT_TRUE(made);
         ASSERT_EQ(made->GetResultType(), ControlMessage::Success) << made->GetXmlString().toStdString();
     }
@@ -46,8 +47,8 @@ protected:
     // The group's reply to a Create; fails the test when there is none.
     ControlMessage create(std::string const& type, std::string const& name, zelmsg::Processor const& config = {})
     {
-        std::optional<ControlMessage> const reply = client->request(
-            RawClient::group("g"), ControlMessageHelper::makeCreateProcessorMessage(type, name, config));
+        std::optional<ControlMessage> const reply
+            = client->request(groupIdentity("g"), ControlMessageHelper::makeCreateProcessorMessage(type, name, config));
         EXPECT_TRUE(reply) << "no answer to Create " << type;
         return reply.value_or(ControlMessage());
     }
@@ -55,17 +56,17 @@ protected:
     ControlMessage deleteProcessor(std::string const& name)
     {
         std::optional<ControlMessage> const reply
-            = client->request(RawClient::group("g"), ControlMessageHelper::makeDeleteProcessorMessage(name));
+            = client->request(groupIdentity("g"), ControlMessageHelper::makeDeleteProcessorMessage(name));
         EXPECT_TRUE(reply) << "no answer to Delete " << name;
         return reply.value_or(ControlMessage());
     }
 
     // The manager's reply to a raw payload, read back as a record.
-    ControlMessage managerAnswer(std::string const& payload)
+    ControlMessage managerAnswer(std::string const& payload, std::chrono::milliseconds deadline = defaultDeadline)
     {
-        std::optional<std::string> const reply = client->request(RawClient::groupManager(), payload);
+        std::optional<ControlMessage> const reply = client->requestRaw(managerIdentity(), payload, deadline);
         EXPECT_TRUE(reply) << "no answer to a payload of " << payload.size() << " bytes";
-        return readRecord(reply.value_or(std::string()));
+        return reply.value_or(ControlMessage());
     }
 
     // The mark plug-in copied into a fresh folder whose path has no dot, since the first dot of a
@@ -87,7 +88,7 @@ protected:
     }
 
     std::unique_ptr<ZelhostProcess> host;
-    std::unique_ptr<RawClient> client;
+    std::unique_ptr<FrontendClient> client;
 };
 
 std::string const unknownType = "Unknown message type";
@@ -154,7 +155,9 @@ TEST_F(HostileInputs, IpcStreamOverAFileIsRefused)
     QFile file(victim);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("precious"));
-    EXPECT_TRUE(host->standardError().contains(QStringLiteral("exists and is not a socket")))
+    QString const refusal = QStringLiteral("bindSocket() for \"%1\" failed: the path exists and is not a socket")
+                                .arg(QString::fromStdString(address));
+    EXPECT_TRUE(waitUntil([&] { return host->standardError().contains(refusal); }))
         << host->standardError().toStdString();
     EXPECT_TRUE(hostServes(frontend()));
 }
@@ -177,7 +180,7 @@ TEST_F(HostileInputs, IpcSocketFileGoesWithItsStream)
         ControlMessage::Success);
     EXPECT_EQ(fileType(socketPath), static_cast<mode_t>(S_IFSOCK));
     std::optional<ControlMessage> const gone
-        = client->request(RawClient::groupManager(), ControlMessageHelper::makeDeleteProcessorGroupMessage("g"));
+        = client->request(managerIdentity(), ControlMessageHelper::makeDeleteProcessorGroupMessage("g"));
     ASSERT_TRUE(gone);
     EXPECT_EQ(gone->GetResultType(), ControlMessage::Success);
     EXPECT_EQ(fileType(socketPath), 0u) << "socket file left after DeleteGroup";
@@ -190,14 +193,32 @@ TEST_F(HostileInputs, ThrowingHandlerTellsItsReason)
     copyMarkPlugin(folder);
     startHost(variables({ { QStringLiteral("ZEL_PLUGIN_PATH"), folder.path() } }));
     ASSERT_EQ(create("markplugin.Thrower", "t").GetResultType(), ControlMessage::Success);
-    client->send(RawClient::processor("g", "t"),
-        ControlMessageHelper::makeSetParameterMessage("any", "reason-7f3a").GetXmlString().toUtf8().toStdString());
+    client->send(processorIdentity("g", "t"), ControlMessageHelper::makeSetParameterMessage("any", "reason-7f3a"));
     // The thread ends without a reply, as any failure in a handler does: one short wait shows it.
     EXPECT_FALSE(client->receive(std::chrono::milliseconds(500)));
     EXPECT_TRUE(waitUntil([&] { return host->standardError().contains(QStringLiteral("reason-7f3a")); }))
         << "the reason never reached zelhost's output: " << host->standardError().toStdString();
-    EXPECT_TRUE(host->standardError().contains(QString::fromStdString(RawClient::processor("g", "t"))))
+    std::string const identity = processorIdentity("g", "t");
+    EXPECT_TRUE(host->standardError().contains(
+        QStringLiteral("Processor '%1' ended by a failure: reason-7f3a").arg(QString::fromStdString(identity))))
         << host->standardError().toStdString();
+
+    // zelhost keeps the reason for whoever asks, until a processor starts under the identity again.
+    ControlMessage const ask = ControlMessageHelper::makeGetParameterMessage(identity);
+    std::optional<ControlMessage> known = client->request("zelhost", ask);
+    ASSERT_TRUE(known);
+    EXPECT_EQ(known->GetResultType(), ControlMessage::Success);
+    EXPECT_EQ(known->GetParameter().toStdString(), "reason-7f3a");
+    // And zelctl, finding the processor silent, says so.
+    ZelctlResult const params = runZelctl({ "--timeout", "500", "params", "g", "t" }, host->address);
+    EXPECT_EQ(params.exitCode, 3) << params;
+    EXPECT_EQ(params.err, "zelctl: processor 't' in group 'g' ended by a failure: reason-7f3a\n");
+    ASSERT_EQ(deleteProcessor("t").GetResultType(), ControlMessage::Success);
+    ASSERT_EQ(create("markplugin.Thrower", "t").GetResultType(), ControlMessage::Success);
+    known = client->request("zelhost", ask);
+    ASSERT_TRUE(known);
+    EXPECT_EQ(known->GetResultType(), ControlMessage::Error);
+    EXPECT_EQ(known->GetMessageText().toStdString(), "No failure of '" + identity + "' is known");
     EXPECT_TRUE(hostServes(frontend()));
 }
 
@@ -226,6 +247,10 @@ TEST_F(HostileInputs, PayloadsWithoutARecordAreAnsweredAsUnknown)
         ControlMessage const reply = managerAnswer(payload);
         EXPECT_EQ(reply.GetResultType(), ControlMessage::Error);
         EXPECT_EQ(reply.GetMessageText().toStdString(), unknownType);
+        // zelhost's own service answers the same.
+        std::optional<ControlMessage> const own = client->requestRaw("zelhost", payload);
+        ASSERT_TRUE(own);
+        EXPECT_EQ(own->GetMessageText().toStdString(), unknownType);
     }
     EXPECT_TRUE(hostServes(frontend()));
 }
@@ -254,35 +279,24 @@ TEST_F(HostileInputs, ExternalEntitiesAreNotRead)
     EXPECT_TRUE(hostServes(frontend()));
 }
 
-TEST_F(HostileInputs, DeepNestingIsSkipped)
+TEST_F(HostileInputs, UnknownElementsAreSkippedHoweverDeepOrLarge)
 {
     startHost();
     int const depth = 100000;
-    std::string payload = "<ControlMessage><MessageType>QueryGroups</MessageType>";
+    std::string const open = "<ControlMessage><MessageType>QueryGroups</MessageType>";
+    std::string const close = "</ControlMessage>";
+    std::string nested;
     for (int i = 0; i < depth; ++i)
-        payload += "<x>";
+        nested += "<x>";
     for (int i = 0; i < depth; ++i)
-        payload += "</x>";
-    payload += "</ControlMessage>";
-    ControlMessage const reply = managerAnswer(payload);
-    EXPECT_EQ(reply.GetResultType(), ControlMessage::Success);
-    EXPECT_EQ(reply.GetParameter().toStdString(), "g");
-    EXPECT_TRUE(hostServes(frontend()));
-}
-
-TEST_F(HostileInputs, HugePayloadIsServed)
-{
-    startHost();
-    std::string payload = "<ControlMessage><MessageType>QueryGroups</MessageType><Junk>";
-    payload.append(200u << 20, 'a');
-    payload += "</Junk></ControlMessage>";
-    std::optional<std::string> const reply
-        = client->request(RawClient::groupManager(), payload, std::chrono::seconds(60));
-    ASSERT_TRUE(reply);
-    ControlMessage const record = readRecord(*reply);
-    EXPECT_EQ(record.GetResultType(), ControlMessage::Success);
-    EXPECT_EQ(record.GetParameter().toStdString(), "g");
-    EXPECT_TRUE(hostServes(frontend()));
+        nested += "</x>";
+    std::string const huge = "<Junk>" + std::string(200u << 20, 'a') + "</Junk>";
+    for (std::string const* inner : std::initializer_list<std::string const*> { &nested, &huge }) {
+        ControlMessage const reply = managerAnswer(open + *inner + close, std::chrono::seconds(60));
+        EXPECT_EQ(reply.GetResultType(), ControlMessage::Success);
+        EXPECT_EQ(reply.GetParameter().toStdString(), "g");
+        EXPECT_TRUE(hostServes(frontend()));
+    }
 }
 
 } // namespace
