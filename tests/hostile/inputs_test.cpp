@@ -213,6 +213,8 @@ TEST_F(HostileInputs, ThrowingHandlerTellsItsReason)
     ZelctlResult const params = runZelctl({ "--timeout", "500", "params", "g", "t" }, host->address);
     EXPECT_EQ(params.exitCode, 3) << params;
     EXPECT_EQ(params.err, "zelctl: processor 't' in group 'g' ended by a failure: reason-7f3a\n");
+    ZelctlResult const graph = runZelctl({ "--timeout", "500", "graph" }, host->address);
+    EXPECT_TRUE(graph.lines().contains(QStringLiteral("  t  (ended by a failure: reason-7f3a)"))) << graph;
     ASSERT_EQ(deleteProcessor("t").GetResultType(), ControlMessage::Success);
     ASSERT_EQ(create("markplugin.Thrower", "t").GetResultType(), ControlMessage::Success);
     known = client->request("zelhost", ask);

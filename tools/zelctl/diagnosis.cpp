@@ -1,5 +1,6 @@
 #include "diagnosis.h"
 
+#include "hostfailure.h"
 #include "identities.h"
 #include "invocation.h"
 
@@ -50,15 +51,6 @@ Addressee targetOf(QString const& path, QStringList const& groups)
     return target;
 }
 
-// Why the processor ended, when the host ran it and knows; nothing from a host without the service.
-std::optional<QString> failureOf(SystemClient& client, std::string const& processor)
-{
-    zelmsg::ControlMessage ask = ControlMessageHelper::makeGetParameterMessage(processor);
-    if (client.request(Identities::host(), ask) != Outcome::Success)
-        return std::nullopt;
-    return ask.GetParameter();
-}
-
 } // namespace
 
 int diagnoseSilence(SystemClient& client, std::string const& identity)
@@ -94,7 +86,7 @@ int diagnoseSilence(SystemClient& client, std::string const& identity)
         return say(ExitTimeout, silentGroup.arg(target.group, address));
     if (!processors->contains(target.processor))
         return say(ExitFailure, QStringLiteral("no processor '%1' in group '%2'").arg(target.processor, target.group));
-    if (std::optional<QString> const reason = failureOf(client, identity))
+    if (std::optional<QString> const reason = hostKnownFailure(client, identity))
         return say(ExitTimeout,
             QStringLiteral("processor '%1' in group '%2' ended by a failure: %3")
                 .arg(target.processor, target.group, *reason));
