@@ -3,12 +3,14 @@
 // say so on one line and exit non-zero at once, so that a supervisor restarts it; where the host
 // survives, a second client is still served and a stop stays prompt.
 
-#include "support/controlclient.h"
 #include "support/floodclient.h"
+#include "support/frontendclient.h"
 #include "support/zelctlrun.h"
 #include "support/zelhostprocess.h"
 
 #include <zel/controlmessagehelper.h>
+#include <zel/environment.h>
+#include <zel/environmentdll.h>
 
 #include <QFile>
 #include <QProcess>
@@ -18,13 +20,14 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
 using zel::ControlMessageHelper;
-using zeltest::ControlClient;
+using zeltest::FrontendClient;
 using zeltest::ZelhostProcess;
 
 // The time a host has to stop, or to notice a dead service, stop the rest and exit.
@@ -88,7 +91,7 @@ testing::AssertionResult stopsPromptly(ZelhostProcess& host)
     return testing::AssertionSuccess();
 }
 
-testing::AssertionResult answersQueryGroups(ControlClient& client)
+testing::AssertionResult answersQueryGroups(FrontendClient& client)
 {
     std::string const outcome = zeltest::outcome(
         client.request(zeltest::managerIdentity(), ControlMessageHelper::makeQueryProcessorGroupsMessage()));
@@ -104,7 +107,7 @@ testing::AssertionResult answersQueryGroups(ControlClient& client)
 TEST(HostileFaults, AClientThatNeverReadsLosesOnlyItsOwnAnswers)
 {
     auto host = startedHost();
-    ControlClient other(host->address.toStdString());
+    FrontendClient other(host->address.toStdString());
     int const flood = 50000;
     int served = 0;
     {
@@ -140,7 +143,7 @@ TEST(HostileFaults, AMessageThatEndsAServiceEndsTheHostWithOneLine)
     Case const cases[] = {
         { "one frame", { "QueryGroups" }, "router", "Invalid message format" },
         { "five frames", { "", manager, queryGroupsPayload(), "x", "y" }, "router", "Invalid message format" },
-        { "a 230-byte group name", { "", manager, longName }, "group manager", "failed" },
+        { "a 230-byte group name", { "", manager, longName }, "group manager", "Invalid argument" },
     };
     for (Case const& c : cases) {
         SCOPED_TRACE(c.what);
@@ -149,6 +152,22 @@ TEST(HostileFaults, AMessageThatEndsAServiceEndsTheHostWithOneLine)
         zeltest::sendFrames(client, c.frames);
         EXPECT_TRUE(endsNaming(*host, c.service, c.reason));
     }
+}
+
+// What zelhost does, a program that embeds an environment can do: ask it whether a service ended.
+TEST(HostileFaults, AnEmbeddingProgramLearnsWhichServiceEndedAndWhy)
+{
+    zel::EnvironmentDll idle(QStringLiteral("nosuchconfiguration"));
+    EXPECT_FALSE(idle.getServiceFailure()) << "no environment, no failure";
+
+    zel::Environment environment("tcp://127.0.0.1:*");
+    EXPECT_FALSE(environment.getServiceFailure()) << "both services run";
+    zmq::socket_t client = zeltest::connectClient(environment.getRouterFrontendAddress());
+    zeltest::sendFrames(client, { "QueryGroups" });
+    std::optional<zel::ServiceFailure> failure;
+    ASSERT_TRUE(zeltest::waitUntil([&] { return (failure = environment.getServiceFailure()).has_value(); }));
+    EXPECT_EQ(failure->service, "router");
+    EXPECT_EQ(failure->reason, "ControllableThread::run() failed: Invalid message format");
 }
 
 // A newcomer fills one group with processors until the process has no socket left, then makes a
@@ -164,20 +183,23 @@ TEST(HostileFaults, AGroupWithoutSocketsEndsTheHostNamingTheSocketLimit)
     int created = 0;
     for (; created < 100; ++created) {
         QString const name = QStringLiteral("p%1").arg(created);
-        if (zeltest::runZelctl({ "create", "full", name, "demo.Counter" }, address).exitCode != 0)
+        QStringList const create { "create", "full", name, "demo.Counter", "--stream", name, "--stream-address",
+            "inproc://full-" + name };
+        if (zeltest::runZelctl(create, address).exitCode != 0)
             break;
     }
     ASSERT_LT(created, 100) << "the socket limit was never reached";
     ASSERT_GT(created, 0);
     EXPECT_EQ(host->process().state(), QProcess::Running) << "a processor that does not start costs only itself";
-    ControlClient client(address.toStdString());
+    FrontendClient client(address.toStdString());
     client.send(zeltest::managerIdentity(), ControlMessageHelper::makeCreateProcessorGroupMessage("late"));
     EXPECT_TRUE(endsNaming(*host, "group manager", "socket limit"));
 }
 
-// Sixteen pipelines taken down at once, in whatever order their deletes come: nothing of them may
-// hold up the end of the process.
-TEST(HostileFaults, ConcurrentDownsLeaveAPromptStop)
+// Sixteen pipelines taken down at once, in whatever order their deletes come: by `down`, consumers
+// before producers, or by deleting the groups, which stop their processors in the order of their
+// names. Nothing of them may hold up the end of the process.
+TEST(HostileFaults, ConcurrentDeletesLeaveAPromptStop)
 {
     QFile demo(QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/demo.json"));
     ASSERT_TRUE(demo.open(QIODevice::ReadOnly));
@@ -190,22 +212,24 @@ TEST(HostileFaults, ConcurrentDownsLeaveAPromptStop)
         file.write(QByteArray(pipeline).replace("\"demo\"", QStringLiteral("\"g%1\"").arg(i).toUtf8()));
         files << file.fileName();
     }
-    for (int round = 0; round < 3; ++round) {
-        SCOPED_TRACE(round);
+    for (bool const byGroup : { false, true, false }) {
+        SCOPED_TRACE(byGroup ? "delete-group" : "down");
         auto host = startedHost();
         for (QString const& file : files)
             ASSERT_EQ(zeltest::runZelctl({ "apply", file }, host->address).exitCode, 0);
-        std::vector<std::unique_ptr<QProcess>> downs;
+        std::vector<std::unique_ptr<QProcess>> deletes;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("ZEL_ADDRESS"), host->address);
-        for (QString const& file : files) {
-            downs.push_back(std::make_unique<QProcess>());
-            downs.back()->setProcessEnvironment(env);
-            downs.back()->start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), { "down", file });
+        for (int i = 0; i < files.size(); ++i) {
+            deletes.push_back(std::make_unique<QProcess>());
+            deletes.back()->setProcessEnvironment(env);
+            deletes.back()->start(QStringLiteral(ZEL_BIN_DIR "/zelctl"),
+                byGroup ? QStringList { "delete-group", QStringLiteral("g%1").arg(i) }
+                        : QStringList { "down", files[i] });
         }
-        for (auto& down : downs) {
-            ASSERT_TRUE(down->waitForFinished(30000));
-            EXPECT_EQ(down->exitCode(), 0) << down->readAllStandardError().toStdString();
+        for (auto& del : deletes) {
+            ASSERT_TRUE(del->waitForFinished(30000));
+            EXPECT_EQ(del->exitCode(), 0) << del->readAllStandardError().toStdString();
         }
         EXPECT_TRUE(stopsPromptly(*host));
     }

@@ -2,6 +2,7 @@
 
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
+#include <zel/environmentdll.h>
 #include <zel/host/cfgcenter.h>
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
@@ -146,6 +147,13 @@ bool HostSession::execute()
         return false;
     }
     return frontendAnswers(address, reason);
+}
+
+std::optional<zel::ServiceFailure> HostSession::serviceFailure() const
+{
+    // The instance is the module's EnvironmentDll: the module is the library zelhost links.
+    auto* const environment = dynamic_cast<zel::EnvironmentDll*>(instance);
+    return environment ? environment->getServiceFailure() : std::nullopt;
 }
 
 void HostSession::stop()
