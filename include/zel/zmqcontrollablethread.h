@@ -35,6 +35,9 @@ public:
         controllable.reset();
     }
 
+    // Any thread: why the thread ended after it had started, when a failure ended it; else empty.
+    std::string failureReason() { return controller.failureAfterStart(); }
+
 protected:
     void run() override
     {

@@ -2,6 +2,7 @@
 
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
+#include <zel/environmentdll.h>
 #include <zel/host/cfgcenter.h>
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
@@ -160,6 +161,13 @@ bool HostSession::startFailureService()
         reason = QStringLiteral("zelhost's own service did not start: %1").arg(QString::fromUtf8(e.what()));
         return false;
     }
+}
+
+std::optional<zel::ServiceFailure> HostSession::serviceFailure() const
+{
+    // The instance is the module's EnvironmentDll: the module is the library zelhost links.
+    auto* const environment = dynamic_cast<zel::EnvironmentDll*>(instance);
+    return environment ? environment->getServiceFailure() : std::nullopt;
 }
 
 void HostSession::stop()

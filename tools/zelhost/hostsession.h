@@ -3,11 +3,14 @@
 #include "failureservice.h"
 
 #include <zel/loadinterface.h>
+#include <zel/servicefailure.h>
 #include <zel/zmqcontrollablethread.h>
 
 #include <QLibrary>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 // One run of the module in this host: load it, create the instance, execute, and later stop it.
 class HostSession
@@ -22,6 +25,8 @@ public:
     QString const& failureReason() const { return reason; }
     // Set when the configuration looks mistyped; the start goes on regardless.
     QString const& configurationWarning() const { return warning; }
+    // The router or the group manager, when one has ended by a failure while the environment runs.
+    std::optional<zel::ServiceFailure> serviceFailure() const;
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
     void stop();
 
