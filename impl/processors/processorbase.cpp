@@ -32,7 +32,7 @@ ProcessorBase::~ProcessorBase()
 bool ProcessorBase::initialize()
 {
     ZmqControllable::initialize();
-    controlMessageHandler = std::make_unique<ProcessorControlMessageHandler<ControlSocket>>(this);
+    controlMessageHandler = std::make_unique<ProcessorControlMessageHandler<ControlSocket>>(this, &statistics);
     managementSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::dealer));
     managementInputClient = std::make_unique<InputClientBase<ControlSocket, ControlMessage>>(
         std::make_unique<ControlSocket>(*managementSocket, DelimiterAddressPayload), controlMessageHandler.get());
@@ -54,8 +54,12 @@ bool ProcessorBase::initialize()
 void ProcessorBase::process()
 {
     for (;;) {
-        if (reader.waitForSocketsOrTimeout() == 0) {
+        int const ready = reader.waitForSocketsOrTimeout();
+        statistics.countWakeUp();
+        if (ready == 0) {
+            ProcessorStatistics::Clock::time_point const started = ProcessorStatistics::now();
             doIdleProcessing();
+            statistics.countWork(started);
             continue;
         }
         if (!checkControlSocket())

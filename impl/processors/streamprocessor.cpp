@@ -55,12 +55,15 @@ bool StreamProcessor::initialize()
     if (!ProcessorBase::initialize())
         return false;
     inputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
-    inputClient = std::make_unique<ByteStreamInputClient>(std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
+    auto input = std::make_unique<ByteStreamInputClient>(std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
+    statistics.addInput(input->getSocket().counters());
+    inputClient = std::move(input);
     outputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub));
     outputWrapper = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
     std::string const endpoint = getEndpointString();
     DataStreamInitializer(endpoint, processorName, *nameServiceClient)
         .initialize(*outputSocket, configuration.GetDataStream().first());
+    statistics.addStream(configuration.GetDataStream().first().GetName(), outputWrapper->counters());
     inputIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
     return true;
 }
@@ -77,6 +80,7 @@ void StreamProcessor::release()
 
 void StreamProcessor::freeStreamSockets()
 {
+    statistics.clearStreams();
     outputWrapper.reset();
     outputSocket.reset();
     inputClient.reset();
@@ -90,14 +94,16 @@ void StreamProcessor::checkDataEvents()
     if (reader.getEvents(inputIndex) == 0)
         return;
     // The first message is there, since the poll said so; the rest of a batch only if already queued.
+    ProcessorStatistics::Clock::time_point const started = ProcessorStatistics::now();
     inputClient->processInput();
     // initialize made the client: the cast is exact and costs nothing.
     ZmqByteStreamInSocket& input = static_cast<ByteStreamInputClient&>(*inputClient).getSocket();
     for (int served = 1; served < inputBatchSize; ++served) {
         if (!input.tryReceiveMessage(batchMessage))
-            return;
+            break;
         handleMessage(batchMessage, &input);
     }
+    statistics.countBatch(started);
 }
 
 bool StreamProcessor::connect(QString const&, QString const& streamAddress, QVector<QString> const& filters)
