@@ -12,6 +12,8 @@ packages=(
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
   python3-zmq python3-pytest
+  libcpp-httplib-dev # zelctl serve
+  graphviz chromium # the graph on zelctl serve's page, and the browser test that loads it
 )
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 
