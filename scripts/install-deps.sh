@@ -13,6 +13,8 @@ packages=(
   iproute2 # ip netns, for the multihost test
   systemd # systemd-analyze, for the check of the unit
   python3-zmq python3-pytest
+  libcpp-httplib-dev # zelctl serve
+  graphviz chromium # the graph on zelctl serve's page, and the browser test that loads it
 )
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 

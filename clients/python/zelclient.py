@@ -12,11 +12,13 @@ describes the protocol; this module is its small reference client.
 """
 
 from dataclasses import dataclass, field
+import json
 import xml.etree.ElementTree as ET
 
 import zmq
 
 PREFIX = "inproc://zel"  # every identity starts with it; alone it names the group manager
+STATISTICS = "zel.stats"  # the parameter every processor answers with its counters (docs/protocol.md)
 
 # Child elements in the order ZEL writes them; the lists repeat one element per entry.
 _SCALARS = ("StreamName", "StreamAddress", "ParameterName", "Parameter", "GroupName",
@@ -250,6 +252,10 @@ class ZelClient:
 
     def get_parameter(self, group, processor, name):
         return self.call(processor_identity(group, processor), "GetParameter", ParameterName=name)["Parameter"]
+
+    def statistics(self, group, processor):
+        """The processor's counters as a dict: type, state, inputs, streams, wake-ups, busy time."""
+        return json.loads(self.get_parameter(group, processor, STATISTICS))
 
     def parameters(self, group, processor):
         return _names(self.call(processor_identity(group, processor), "GetParameterList"))

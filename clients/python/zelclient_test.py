@@ -62,6 +62,9 @@ def test_a_bridge_and_the_name_service_answer_through_the_router(zel):
     assert [(s.address, s.filters) for s in zel.sources("g", "bridge")] == [("tcp://127.0.0.1:9", ["a", "b"])]
     with pytest.raises(ZelError, match="Cannot get parameter: rate"):
         zel.get_parameter("g", "bridge", "rate")
+    stats = zel.statistics("g", "bridge")
+    assert (stats["type"], stats["state"]) == ("HttpBridge", "running")
+    assert stats["inputs"] == [{"messages": 0, "bytes": 0}]
 
     zel.register_stream("g", "s", "p", ["tcp://127.0.0.1:1", "inproc://x"])
     assert zel.resolve_stream("g", "s") == ("p", ["tcp://127.0.0.1:1", "inproc://x"])

@@ -35,6 +35,7 @@ bool HttpBridge::initialize()
     if (!ProcessorBase::initialize())
         return false;
     input.create(this, reader, inputHighWaterMark);
+    input.reportTo(statistics);
     return true;
 }
 

@@ -21,6 +21,7 @@ bool QtBridge::initialize()
     if (!ProcessorBase::initialize())
         return false;
     input.create(this, reader);
+    input.reportTo(statistics);
     QtRepository::setQObject(getIdForQTRepository(), this);
     return true;
 }

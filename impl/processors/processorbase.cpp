@@ -37,7 +37,7 @@ bool ProcessorBase::initialize()
     // A failure of an earlier processor under this identity is history now.
     ProcessorFailures::forget(getEndpointString());
     ZmqControllable::initialize();
-    controlMessageHandler = std::make_unique<ProcessorControlMessageHandler<ControlSocket>>(this);
+    controlMessageHandler = std::make_unique<ProcessorControlMessageHandler<ControlSocket>>(this, &statistics);
     managementSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::dealer));
     managementInputClient = std::make_unique<InputClientBase<ControlSocket, ControlMessage>>(
         std::make_unique<ControlSocket>(*managementSocket, DelimiterAddressPayload), controlMessageHandler.get());
@@ -59,8 +59,12 @@ bool ProcessorBase::initialize()
 void ProcessorBase::process()
 {
     for (;;) {
-        if (reader.waitForSocketsOrTimeout() == 0) {
+        int const ready = reader.waitForSocketsOrTimeout();
+        statistics.countWakeUp();
+        if (ready == 0) {
+            ProcessorStatistics::Clock::time_point const started = ProcessorStatistics::now();
             doIdleProcessing();
+            statistics.countWork(started);
             continue;
         }
         if (!checkControlSocket())

@@ -10,8 +10,9 @@ void StreamInput::create(
     MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader, int receiveHighWaterMark)
 {
     socket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
-    client = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(
-        std::make_unique<ZmqByteStreamInSocket>(*socket), handler);
+    auto input = std::make_unique<ZmqByteStreamInSocket>(*socket);
+    wrapper = input.get();
+    client = std::make_unique<InputClientBase<ZmqByteStreamInSocket, ByteStreamMessage>>(std::move(input), handler);
     index = reader.addSocket(*socket, ZMQ_POLLIN);
     if (receiveHighWaterMark >= 0)
         socket->set(zmq::sockopt::rcvhwm, receiveHighWaterMark);
@@ -19,6 +20,10 @@ void StreamInput::create(
 
 void StreamInput::release()
 {
+    if (statistics)
+        statistics->clearStreams();
+    statistics = nullptr;
+    wrapper = nullptr;
     client.reset();
     socket.reset();
 }
@@ -53,10 +58,20 @@ void StreamInput::subscribeDirectly(QByteArray const& prefix)
     socket->set(zmq::sockopt::subscribe, zmq::const_buffer(prefix.constData(), static_cast<size_t>(prefix.size())));
 }
 
+void StreamInput::reportTo(ProcessorStatistics& owner)
+{
+    statistics = &owner;
+    owner.addInput(wrapper->counters());
+}
+
 void StreamInput::serve(SocketReader& reader)
 {
-    if (hasEvents(reader))
-        client->processInput();
+    if (!hasEvents(reader))
+        return;
+    ProcessorStatistics::Clock::time_point const started = ProcessorStatistics::now();
+    client->processInput();
+    if (statistics)
+        statistics->countBatch(started);
 }
 
 void StreamInput::subscribe(QString const& name)

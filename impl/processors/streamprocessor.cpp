@@ -56,12 +56,15 @@ bool StreamProcessor::initialize()
     if (!ProcessorBase::initialize())
         return false;
     inputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::sub));
-    inputClient = std::make_unique<ByteStreamInputClient>(std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
+    auto input = std::make_unique<ByteStreamInputClient>(std::make_unique<ZmqByteStreamInSocket>(*inputSocket), this);
+    statistics.addInput(input->getSocket().counters());
+    inputClient = std::move(input);
     outputSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::pub));
     outputWrapper = std::make_unique<ZmqByteStreamOutSocket>(*outputSocket);
     std::string const endpoint = getEndpointString();
     DataStreamInitializer(endpoint, processorName, *nameServiceClient)
         .initialize(*outputSocket, configuration.GetDataStream().first());
+    statistics.addStream(configuration.GetDataStream().first().GetName(), outputWrapper->counters());
     inputIndex = reader.addSocket(*inputSocket, ZMQ_POLLIN);
     return true;
 }
@@ -78,6 +81,7 @@ void StreamProcessor::release()
 
 void StreamProcessor::freeStreamSockets()
 {
+    statistics.clearStreams();
     outputWrapper.reset();
     // Closing leaves an ipc socket file behind. It goes before the close, so that a processor
     // binding the path meanwhile keeps its own; what is no socket (a bind refused) stays.
@@ -97,14 +101,16 @@ void StreamProcessor::checkDataEvents()
     if (reader.getEvents(inputIndex) == 0)
         return;
     // The first message is there, since the poll said so; the rest of a batch only if already queued.
+    ProcessorStatistics::Clock::time_point const started = ProcessorStatistics::now();
     inputClient->processInput();
     // initialize made the client: the cast is exact and costs nothing.
     ZmqByteStreamInSocket& input = static_cast<ByteStreamInputClient&>(*inputClient).getSocket();
     for (int served = 1; served < inputBatchSize; ++served) {
         if (!input.tryReceiveMessage(batchMessage))
-            return;
+            break;
         handleMessage(batchMessage, &input);
     }
+    statistics.countBatch(started);
 }
 
 bool StreamProcessor::connect(QString const&, QString const& streamAddress, QVector<QString> const& filters)

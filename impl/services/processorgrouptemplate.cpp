@@ -105,6 +105,7 @@ void ProcessorGroupHandlerTemplate<Traits, Socket>::createProcessor(
         return ConfigTool::setErrorMessage(
             record, QStringLiteral("Processor of type '%1' could not be created.").arg(record.GetProcessorType()));
     }
+    processor->setProcessorType(info.processorType);
     // Blocks until the processor's initialize has returned.
     auto thread = std::make_shared<ProcessorThread>(std::move(processor));
     processors.emplace(name, std::move(thread));

@@ -4,6 +4,7 @@
 #include <zel/inputclient.h>
 #include <zel/messagehandler.h>
 #include <zel/processorcontrolinterface.h>
+#include <zel/processorstatistics.h>
 #include <zel/sockettraits.h>
 #include <zel/zelmsg/processor.h>
 #include <zel/zmqcontrollable.h>
@@ -39,6 +40,9 @@ public:
     // Derived classes free their own sockets first, then call this.
     void release() override;
 
+    // The type the processor was created as, for its statistics; by its creator, before it runs.
+    void setProcessorType(std::string const& processorType) { statistics.setType(processorType); }
+
 protected:
     // Called after every wake-up that was not a time-out; whoever adds a data socket tests it here.
     virtual void checkDataEvents();
@@ -69,6 +73,9 @@ protected:
     // From initialize to release. Its requests wait without a time-out: the group's name service
     // outlives its processors.
     std::unique_ptr<NameServiceClient> nameServiceClient;
+    // Answered to GetParameter of ProcessorStatistics::parameterName. A class that adds inputs or
+    // streams registers their counters in initialize and clears them in release.
+    ProcessorStatistics statistics;
 
 private:
     friend void reportRunningFailure(ProcessorBase const& processor, std::string const& reason);

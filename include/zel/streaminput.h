@@ -3,6 +3,7 @@
 #include <zel/bytestreammessage.h>
 #include <zel/inputclient.h>
 #include <zel/messagehandler.h>
+#include <zel/processorstatistics.h>
 #include <zel/socketreader.h>
 #include <zel/zel_export.h>
 #include <zel/zelmsg/processor.h>
@@ -28,6 +29,9 @@ public:
     void create(MessageHandler<ZmqByteStreamInSocket, ByteStreamMessage>* handler, SocketReader& reader,
         int receiveHighWaterMark = -1);
     void release();
+    // From create to release: its counters join the owner's statistics, and each message it serves
+    // counts as one batch of work.
+    void reportTo(ProcessorStatistics& statistics);
 
     // A source new to the configuration is connected; the filters are merged into it, and the new
     // ones subscribed (an empty list subscribes everything).
@@ -48,6 +52,8 @@ private:
 
     std::unique_ptr<zmq::socket_t> socket;
     std::unique_ptr<InputClient> client;
+    ZmqByteStreamInSocket* wrapper = nullptr; // owned by client
+    ProcessorStatistics* statistics = nullptr;
     int index = -1;
     QStringList knownFilters;
     QStringList subscribedFilters;

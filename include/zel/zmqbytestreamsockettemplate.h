@@ -3,6 +3,7 @@
 #include <zel/bytestreammessage.h>
 #include <zel/receivesocket.h>
 #include <zel/sendsocket.h>
+#include <zel/streamcounters.h>
 #include <zel/zmqframe.h>
 #include <zel/zmqsocketbase.h>
 
@@ -38,15 +39,22 @@ public:
         return true;
     }
 
+    StreamCounters const& counters() const { return received; }
+
 private:
     void takeMessage(zmq::message_t& first, ByteStreamMessage& message)
     {
         copyFrame(first, message.type);
-        if (!first.more())
-            return message.data.clear();
-        receiveFrame(*this->socket, first);
-        copyFrame(first, message.data);
+        if (first.more()) {
+            receiveFrame(*this->socket, first);
+            copyFrame(first, message.data);
+        } else {
+            message.data.clear();
+        }
+        received.count(message);
     }
+
+    StreamCounters received;
 };
 
 // A stream's output: type, then data.
@@ -61,6 +69,7 @@ public:
         auto& s = *this->socket;
         sendFrame(s, message.type, ZMQ_SNDMORE);
         sendFrame(s, message.data, 0);
+        sent.count(message);
     }
 
     // Never blocks: false, and nothing sent, when the socket would have to wait for room (a PUB
@@ -72,8 +81,14 @@ public:
         if (!sendFrameIfRoom(s, message.type, ZMQ_SNDMORE))
             return false;
         sendFrame(s, message.data, 0);
+        sent.count(message);
         return true;
     }
+
+    StreamCounters const& counters() const { return sent; }
+
+private:
+    StreamCounters sent;
 };
 
 using ZmqByteStreamInSocket = ZmqByteStreamInSocketTemplate<ST>;

@@ -3,6 +3,7 @@
 #include "support/printers.h"
 #include "support/rawpeers.h"
 #include "support/zelctlrun.h"
+#include "support/zelctltest.h"
 #include "support/zelhostprocess.h"
 
 #include <zel/controlmessagehelper.h>
@@ -44,25 +45,7 @@ QString writeFile(QTemporaryDir const& dir, QString const& name, QString const& 
 
 QString const demoFile = QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/demo.json");
 
-// A zelhost of its own for each test: what a command lists is what the test made.
-class Zelctl : public testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_TRUE(host->startReady()); }
-
-    Result run(QStringList const& arguments) { return zeltest::runZelctl(arguments, host->address); }
-
-    // Runs a command that has to succeed.
-    Result ok(QStringList const& arguments)
-    {
-        Result const r = run(arguments);
-        EXPECT_EQ(r.exitCode, 0) << arguments.join(' ').toStdString() << ": " << r;
-        EXPECT_EQ(r.err, "") << arguments.join(' ').toStdString();
-        return r;
-    }
-
-    std::unique_ptr<zeltest::ZelhostProcess> host = zeltest::ZelhostProcess::listeningAt();
-};
+using Zelctl = zeltest::ZelctlTest;
 
 } // namespace
 
@@ -133,8 +116,9 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
     EXPECT_TRUE(zeltest::waitUntil([&] { return counted() != none; })) << "the filter num lets numbers through";
 
     QString const dotText = ok({ "graph", "--format", "dot" }).lines().join('\n');
-    for (char const* expected : { R"("pipe/gen" [label="gen\nnumbers  tcp://127.0.0.1:)",
-             R"("pipe/counter" [label="counter\ncounted  inproc://zelctl-counted)",
+    for (char const* expected : { R"("pipe/gen" [label="gen\ndemo.Generator\nnumbers  tcp://127.0.0.1:)",
+             R"("pipe/counter" [label="counter\ndemo.Counter\ncounted  inproc://zelctl-counted)",
+             R"("pipe/web" [label="web\nHttpBridge\ncounted  http://127.0.0.1:9/in text/plain"];)",
              R"("pipe/gen" -> "pipe/counter" [label="numbers\n[num,x\"y]"];)",
              R"("pipe/counter" -> "pipe/web" [label="counted"];)" })
         EXPECT_THAT(dotText.toStdString(), HasSubstr(expected));
@@ -148,7 +132,7 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
         EXPECT_THAT(layout.readAllStandardOutput().toStdString(), HasSubstr("edge \"pipe/gen\" \"pipe/counter\""));
     }
     EXPECT_THAT(ok({ "graph" }).lines(),
-        testing::IsSupersetOf({ QStringLiteral("pipe"), QStringLiteral("  counter"),
+        testing::IsSupersetOf({ QStringLiteral("pipe"), QStringLiteral("  counter  demo.Counter"),
             "    input  " + numbers + "  from pipe/gen stream numbers  filters: num,x\"y",
             QStringLiteral("    input  inproc://zelctl-counted  from pipe/counter stream counted  (everything)") }));
 

@@ -6,9 +6,10 @@ namespace {
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
     QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
-    QStringLiteral("--format"), QStringLiteral("--content-type") };
-QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
-    QStringLiteral("-h"), QStringLiteral("--rate"), QStringLiteral("--version") };
+    QStringLiteral("--format"), QStringLiteral("--content-type"), QStringLiteral("--listen") };
+QStringList const flagOptions
+    = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"), QStringLiteral("-h"),
+          QStringLiteral("--rate"), QStringLiteral("--version"), QStringLiteral("--rates"), QStringLiteral("--once") };
 
 } // namespace
 

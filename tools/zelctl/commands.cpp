@@ -7,8 +7,10 @@
 #include "pipelinerun.h"
 #include "plugins.h"
 #include "reply.h"
+#include "serve.h"
 #include "streamaddress.h"
 #include "tap.h"
+#include "top.h"
 
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
@@ -285,10 +287,24 @@ std::vector<Command> makeCommands()
             1, 1, PipelineRun::applyCommand },
         { "down", "FILE", "delete what a pipeline file describes, in reverse order", "", 1, 1,
             PipelineRun::downCommand },
-        { "graph", "", "show every group, processor, stream and connection",
+        { "graph", "[--rates] [--format dot]", "show every group, processor with its type, stream and connection",
             "--format text (the default) prints a tree; --format dot prints Graphviz input, for instance\n"
-            "zelctl graph --format dot | dot -Tsvg > graph.svg. Inputs are matched to streams by address.",
+            "zelctl graph --format dot | dot -Tsvg > graph.svg. Inputs are matched to streams by address.\n"
+            "--rates samples the processors' counters twice, a second apart, and labels each link with\n"
+            "the messages per second its publisher sent.",
             0, 0, graph },
+        { "top", "[GROUP] [--once] [--format json]",
+            "show every processor's type, state and rates, refreshed every second",
+            "One row per processor: in and out messages per second, in MB/s, messages per wake-up\n"
+            "(BATCH) and the share of time in its handler (BUSY), from the processors' own counters\n"
+            "(the parameter zel.stats). q or Ctrl-C quits. --once prints one snapshot after a second;\n"
+            "--format json prints JSON instead of the table, one line per refresh.",
+            0, 1, top },
+        { "serve", "[--listen HOST:PORT]", "serve a web page with the running graph and the table of top",
+            "--listen HOST:PORT (default 127.0.0.1:8080, loopback only; port 0 takes a free one). The\n"
+            "page refreshes every second; the JSON behind it is at /api/top, the graph at\n"
+            "/api/graph.svg and /api/graph.dot. Runs until Ctrl-C.",
+            0, 0, serve },
         { "tap", "GROUP STREAM", "show the messages of a TCP stream until Ctrl-C",
             "--count N stops after N messages; --format hex (the default), text (one line each, bytes\n"
             "escaped) or raw (the data alone, for a pipe); --rate prints messages and bytes per second\n"

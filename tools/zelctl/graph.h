@@ -2,5 +2,6 @@
 
 #include "invocation.h"
 
-// zelctl graph [--format dot|text]: the running topology, as Graphviz input or as a tree.
+// zelctl graph [--rates] [--format dot|text]: the running topology with every processor's type, as
+// Graphviz input or as a tree; with --rates, each link's messages per second.
 int graph(Invocation& call);

@@ -1,6 +1,7 @@
 #include "tap.h"
 
 #include "identities.h"
+#include "interruption.h"
 #include "reply.h"
 
 #include <zel/context.h>
@@ -11,17 +12,12 @@
 #include <zmq.hpp>
 
 #include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 
 namespace {
 
 using namespace std::chrono_literals;
-
-volatile std::sig_atomic_t interrupted = 0;
-
-extern "C" void onInterrupt(int) { interrupted = 1; }
 
 // Printable ASCII as it is, the rest as C escapes, so that one message stays on one line.
 QByteArray escaped(QByteArray const& bytes)
@@ -172,14 +168,13 @@ int tap(Invocation& call)
     if (filters.isEmpty())
         socket.set(zmq::sockopt::subscribe, "");
 
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
+    catchInterruption();
     bool const rate = call.line.has(QStringLiteral("--rate"));
     RateMeter meter;
     qulonglong seen = 0; // limit 0: no end but the signal
     QByteArray type;
     QByteArray data;
-    while (!interrupted && (limit == 0 || seen < limit)) {
+    while (!interrupted() && (limit == 0 || seen < limit)) {
         if (rate)
             meter.report();
         if (!receive(socket, type, data))
