@@ -12,7 +12,11 @@ packages=(
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
   python3-zmq python3-pytest
+  libzstd-dev # compressed chunks in recordings
 )
+# node and npm, for the test that reads a recording with the MCAP library on npm; a node installed
+# from elsewhere brings its own npm.
+command -v npm > /dev/null || packages+=(nodejs npm)
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 
 missing=()

@@ -162,10 +162,11 @@ void McapReader::readChannel(Record const& record)
     channelsById[channel.id] = std::move(channel);
 }
 
-void McapReader::readMessage(Record const& record, Visit const& visit)
+bool McapReader::readMessage(Record const& record, Visit const& visit)
 {
     McapCursor c(record.content.data(), record.content.size(), record.offset + recordPrefixSize);
     Message message;
+    message.offset = record.offset;
     message.channelId = c.u16();
     message.sequence = c.u32();
     message.logTime = c.u64();
@@ -175,11 +176,10 @@ void McapReader::readMessage(Record const& record, Visit const& visit)
     if (channelsById.count(message.channelId) == 0)
         throw McapError(record.offset, "a message on channel " + number(message.channelId) + ", which has no record");
     ++scannedMessages;
-    if (visit)
-        visit(message);
+    return !visit || visit(message);
 }
 
-void McapReader::readChunkRecord(Record const& record, Visit const& visit)
+bool McapReader::readChunkRecord(Record const& record, Visit const& visit)
 {
     std::uint64_t const fieldsAt = record.offset + recordPrefixSize;
     McapCursor c(record.content.data(), record.content.size(), fieldsAt);
@@ -206,10 +206,11 @@ void McapReader::readChunkRecord(Record const& record, Visit const& visit)
         Record inner { opcode, base, std::string(prefix.take(size, "a record in a chunk"), size) };
         if (opcode == Opcode::Channel)
             readChannel(inner);
-        else if (opcode == Opcode::Message)
-            readMessage(inner, visit);
+        else if (opcode == Opcode::Message && !readMessage(inner, visit))
+            return false;
         at += recordPrefixSize + size;
     }
+    return true;
 }
 
 void McapReader::readChunk(ChunkIndex const& index, Visit const& visit)
@@ -220,7 +221,7 @@ void McapReader::readChunk(ChunkIndex const& index, Visit const& visit)
     readChunkRecord(record, visit);
 }
 
-void McapReader::scan(Visit const& visit)
+bool McapReader::scan(Visit const& visit)
 {
     metadataRecords.clear();
     scannedMessages = 0;
@@ -235,7 +236,8 @@ void McapReader::scan(Visit const& visit)
             std::uint32_t const expected = c.u32();
             if (expected != 0 && crc.value() != expected)
                 throw McapError(offset, "the data section does not match its CRC");
-            return checkScan(offset, chunkCount, chunkOffsets);
+            checkScan(offset, chunkCount, chunkOffsets);
+            return true;
         }
         crc.update(readAt(offset, recordPrefixSize, "a record").data(), recordPrefixSize);
         crc.update(record.content.data(), record.content.size());
@@ -244,12 +246,14 @@ void McapReader::scan(Visit const& visit)
             readChannel(record);
             break;
         case Opcode::Message:
-            readMessage(record, visit);
+            if (!readMessage(record, visit))
+                return false;
             break;
         case Opcode::Chunk:
             ++chunkCount;
             chunkOffsets.insert(offset);
-            readChunkRecord(record, visit);
+            if (!readChunkRecord(record, visit))
+                return false;
             break;
         case Opcode::Metadata: {
             McapCursor c(record.content.data(), record.content.size(), offset + recordPrefixSize);

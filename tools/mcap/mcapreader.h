@@ -19,13 +19,14 @@ namespace zelmcap {
 class McapReader
 {
 public:
-    using Visit = std::function<void(Message const&)>;
+    // Returns false to stop reading.
+    using Visit = std::function<bool(Message const&)>;
 
     explicit McapReader(std::string const& path);
 
     // Every message in file order; checks chunk CRCs, the data CRC, and that the summary's
-    // statistics and chunk indexes match what the data section holds.
-    void scan(Visit const& visit = {});
+    // statistics and chunk indexes match what the data section holds. False when `visit` stopped it.
+    bool scan(Visit const& visit = {});
     // The messages of one chunk, read where its index says it lies.
     void readChunk(ChunkIndex const& index, Visit const& visit);
 
@@ -55,8 +56,8 @@ private:
     void readSummary(std::uint64_t summaryStart, std::uint64_t footerStart);
     void takeSummaryRecord(Record const& record);
     void readChannel(Record const& record);
-    void readMessage(Record const& record, Visit const& visit);
-    void readChunkRecord(Record const& record, Visit const& visit);
+    bool readMessage(Record const& record, Visit const& visit);
+    bool readChunkRecord(Record const& record, Visit const& visit);
     void checkScan(std::uint64_t dataEnd, std::uint64_t chunkCount, std::set<std::uint64_t> const& chunkOffsets);
 
     std::ifstream file;

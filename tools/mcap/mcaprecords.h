@@ -58,6 +58,7 @@ struct Message
     std::uint64_t publishTime = 0;
     char const* data = nullptr;
     std::size_t size = 0;
+    std::uint64_t offset = 0; // of its record, or of its chunk's records when those are compressed
 };
 
 struct Metadata

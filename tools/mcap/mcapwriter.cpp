@@ -19,11 +19,11 @@ McapWriter::McapWriter(std::string const& path, WriterOptions options)
     if (!file)
         throw McapError(0, std::string("cannot create: ") + std::strerror(errno));
     dataCrc.update(magic, magicSize);
-    emit(std::string(magic, magicSize));
+    put(std::string(magic, magicSize));
     McapBuffer header;
     header.string(this->options.profile);
     header.string(this->options.library);
-    emitRecord(Opcode::Header, header);
+    putRecord(Opcode::Header, header);
 }
 
 McapWriter::~McapWriter()
@@ -39,19 +39,19 @@ McapWriter::~McapWriter()
         std::fclose(file);
 }
 
-void McapWriter::emit(std::string const& bytes)
+void McapWriter::put(std::string const& bytes)
 {
     if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
         throw McapError(position, "cannot write " + path + ": " + std::strerror(errno));
     position += bytes.size();
 }
 
-void McapWriter::emitRecord(Opcode opcode, McapBuffer const& content)
+void McapWriter::putRecord(Opcode opcode, McapBuffer const& content)
 {
     scratch.clear();
     scratch.record(opcode, content);
     dataCrc.update(scratch.data().data(), scratch.size());
-    emit(scratch.data());
+    put(scratch.data());
 }
 
 std::uint16_t McapWriter::addChannel(std::string const& topic, std::string const& messageEncoding, StringMap values)
@@ -63,7 +63,7 @@ std::uint16_t McapWriter::addChannel(std::string const& topic, std::string const
     content.string(channel.topic);
     content.string(channel.messageEncoding);
     content.map(channel.metadata);
-    emitRecord(Opcode::Channel, content);
+    putRecord(Opcode::Channel, content);
     channels.push_back(std::move(channel));
     statistics.channelMessageCounts[channels.back().id] = 0;
     return channels.back().id;
@@ -75,7 +75,7 @@ void McapWriter::addMetadata(std::string const& name, StringMap values)
     content.string(name);
     content.map(values);
     std::uint64_t const start = position;
-    emitRecord(Opcode::Metadata, content);
+    putRecord(Opcode::Metadata, content);
     metadata.push_back({ start, position - start, name });
 }
 
@@ -124,7 +124,7 @@ void McapWriter::flushChunk()
     content.string(options.compression);
     content.u64(packed.size());
     content.raw(packed.data(), packed.size());
-    emitRecord(Opcode::Chunk, content);
+    putRecord(Opcode::Chunk, content);
     index.chunkLength = position - index.chunkStartOffset;
 
     std::uint64_t const indexesStart = position;
@@ -137,7 +137,7 @@ void McapWriter::flushChunk()
             list.u64(offset);
         }
         index.messageIndexOffsets[channelId] = position;
-        emitRecord(Opcode::MessageIndex, list);
+        putRecord(Opcode::MessageIndex, list);
     }
     index.messageIndexLength = position - indexesStart;
     chunkIndexes.push_back(std::move(index));
@@ -153,7 +153,7 @@ void McapWriter::close()
     flushChunk();
     McapBuffer dataEnd;
     dataEnd.u32(dataCrc.value());
-    emitRecord(Opcode::DataEnd, dataEnd);
+    putRecord(Opcode::DataEnd, dataEnd);
     writeSummary();
     std::FILE* const done = file;
     file = nullptr;
@@ -233,9 +233,9 @@ void McapWriter::writeSummary()
     crc.update(summary.data().data(), summary.size());
     crc.update(footer.data().data(), footer.size());
     footer.u32(crc.value());
-    emit(summary.data());
-    emit(footer.data());
-    emit(std::string(magic, magicSize));
+    put(summary.data());
+    put(footer.data());
+    put(std::string(magic, magicSize));
 }
 
 } // namespace zelmcap

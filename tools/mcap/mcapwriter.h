@@ -43,8 +43,8 @@ public:
     std::uint64_t bytesWritten() const { return position; }
 
 private:
-    void emit(std::string const& bytes);
-    void emitRecord(Opcode opcode, McapBuffer const& content);
+    void put(std::string const& bytes);
+    void putRecord(Opcode opcode, McapBuffer const& content);
     void flushChunk();
     void writeSummary();
 
