@@ -61,8 +61,7 @@ std::vector<Written> writeSample(std::string const& path, std::string const& com
         FramePair::encode(bytes, "type", 4, data.data(), data.size());
         std::size_t const c = i % 3;
         written.push_back({ channels[c], sequences[c]++, 1'000'000'000ull + i * 1000ull, bytes });
-        writer.write(written.back().channel, written.back().sequence, written.back().time, written.back().time,
-            bytes.data(), bytes.size());
+        writer.write(written.back().channel, written.back().sequence, written.back().time, written.back().time, bytes);
     }
     writer.close();
     return written;

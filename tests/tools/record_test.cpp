@@ -104,7 +104,7 @@ QString writeRecording(QString const& path, double seconds)
         std::string const data(64, static_cast<char>(i));
         zelmcap::FramePair::encode(bytes, "numbers", 7, data.data(), data.size());
         std::uint64_t const time = 1'000'000'000 + static_cast<std::uint64_t>(seconds * 1e8) * i;
-        writer.write(channel, i, time, time, bytes.data(), bytes.size());
+        writer.write(channel, i, time, time, bytes);
     }
     writer.close();
     return path;

@@ -2,14 +2,18 @@
 
 namespace zelmcap {
 
-void FramePair::encode(
-    std::string& into, char const* type, std::size_t typeSize, char const* data, std::size_t dataSize)
+void FramePair::encodeHead(std::string& into, char const* type, std::size_t typeSize)
 {
     into.clear();
-    into.reserve(4 + typeSize + dataSize);
     for (int i = 0; i < 4; ++i)
         into.push_back(static_cast<char>((typeSize >> (8 * i)) & 0xFF));
     into.append(type, typeSize);
+}
+
+void FramePair::encode(
+    std::string& into, char const* type, std::size_t typeSize, char const* data, std::size_t dataSize)
+{
+    encodeHead(into, type, typeSize);
     into.append(data, dataSize);
 }
 

@@ -14,6 +14,8 @@ namespace FramePair {
 constexpr char encoding[] = "zel.frames";
 
 void encode(std::string& into, char const* type, std::size_t typeSize, char const* data, std::size_t dataSize);
+// What comes before the data frame: the type frame with its length.
+void encodeHead(std::string& into, char const* type, std::size_t typeSize);
 // False when `size` bytes cannot hold what their length says.
 bool decode(char const* bytes, std::size_t size, std::string& type, std::string& data);
 

@@ -39,19 +39,22 @@ McapWriter::~McapWriter()
         std::fclose(file);
 }
 
-void McapWriter::put(std::string const& bytes)
+void McapWriter::put(std::string_view bytes)
 {
     if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
         throw McapError(position, "cannot write " + path + ": " + std::strerror(errno));
     position += bytes.size();
 }
 
-void McapWriter::putRecord(Opcode opcode, McapBuffer const& content)
+void McapWriter::putRecord(Opcode opcode, std::string_view content)
 {
-    scratch.clear();
-    scratch.record(opcode, content);
-    dataCrc.update(scratch.data().data(), scratch.size());
-    put(scratch.data());
+    McapBuffer prefix;
+    prefix.u8(static_cast<std::uint8_t>(opcode));
+    prefix.u64(content.size());
+    dataCrc.update(prefix.data().data(), prefix.size());
+    dataCrc.update(content.data(), content.size());
+    put(prefix.data());
+    put(content);
 }
 
 std::uint16_t McapWriter::addChannel(std::string const& topic, std::string const& messageEncoding, StringMap values)
@@ -80,19 +83,20 @@ void McapWriter::addMetadata(std::string const& name, StringMap values)
 }
 
 void McapWriter::write(std::uint16_t channelId, std::uint32_t sequence, std::uint64_t logTime,
-    std::uint64_t publishTime, char const* data, std::size_t size)
+    std::uint64_t publishTime, std::string_view data, std::string_view more)
 {
     if (chunkMessages.empty())
         chunkStart = logTime;
     chunkEnd = std::max(chunkEnd, logTime);
     chunkMessages[channelId].emplace_back(logTime, chunk.size());
     chunk.u8(static_cast<std::uint8_t>(Opcode::Message));
-    chunk.u64(2 + 4 + 8 + 8 + size);
+    chunk.u64(2 + 4 + 8 + 8 + data.size() + more.size());
     chunk.u16(channelId);
     chunk.u32(sequence);
     chunk.u64(logTime);
     chunk.u64(publishTime);
-    chunk.raw(data, size);
+    chunk.raw(data.data(), data.size());
+    chunk.raw(more.data(), more.size());
 
     if (statistics.messageCount == 0)
         statistics.messageStartTime = logTime;
@@ -107,24 +111,32 @@ void McapWriter::flushChunk()
 {
     if (chunkMessages.empty())
         return;
-    std::string const packed = McapCompression::compress(options.compression, chunk.data());
+    std::string const packed
+        = options.compression.empty() ? std::string() : McapCompression::compress(options.compression, chunk.data());
+    std::string_view const records = options.compression.empty() ? std::string_view(chunk.data()) : packed;
     ChunkIndex index;
     index.messageStartTime = chunkStart;
     index.messageEndTime = chunkEnd;
     index.chunkStartOffset = position;
     index.compression = options.compression;
-    index.compressedSize = packed.size();
+    index.compressedSize = records.size();
     index.uncompressedSize = chunk.size();
 
-    McapBuffer content;
-    content.u64(chunkStart);
-    content.u64(chunkEnd);
-    content.u64(chunk.size());
-    content.u32(Crc32::of(chunk.data().data(), chunk.size()));
-    content.string(options.compression);
-    content.u64(packed.size());
-    content.raw(packed.data(), packed.size());
-    putRecord(Opcode::Chunk, content);
+    // The records go out as they are, behind the fields, not copied into one buffer with them.
+    McapBuffer fields;
+    fields.u64(chunkStart);
+    fields.u64(chunkEnd);
+    fields.u64(chunk.size());
+    fields.u32(Crc32::of(chunk.data().data(), chunk.size()));
+    fields.string(options.compression);
+    fields.u64(records.size());
+    McapBuffer prefix;
+    prefix.u8(static_cast<std::uint8_t>(Opcode::Chunk));
+    prefix.u64(fields.size() + records.size());
+    for (std::string_view const part : { std::string_view(prefix.data()), std::string_view(fields.data()), records }) {
+        dataCrc.update(part.data(), part.size());
+        put(part);
+    }
     index.chunkLength = position - index.chunkStartOffset;
 
     std::uint64_t const indexesStart = position;

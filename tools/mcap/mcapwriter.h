@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -35,16 +36,18 @@ public:
     // A channel without a schema; returns its id.
     std::uint16_t addChannel(std::string const& topic, std::string const& messageEncoding, StringMap metadata);
     void addMetadata(std::string const& name, StringMap values);
-    // Log times must not go back.
+    // A message whose data is `data` followed by `more`, so that a caller can put a header in front
+    // without copying what follows. Log times must not go back.
     void write(std::uint16_t channelId, std::uint32_t sequence, std::uint64_t logTime, std::uint64_t publishTime,
-        char const* data, std::size_t size);
+        std::string_view data, std::string_view more = {});
     void close();
 
     std::uint64_t bytesWritten() const { return position; }
 
 private:
-    void put(std::string const& bytes);
-    void putRecord(Opcode opcode, McapBuffer const& content);
+    void put(std::string_view bytes);
+    void putRecord(Opcode opcode, McapBuffer const& content) { putRecord(opcode, content.data()); }
+    void putRecord(Opcode opcode, std::string_view content);
     void flushChunk();
     void writeSummary();
 
@@ -64,7 +67,6 @@ private:
     std::map<std::uint16_t, std::vector<std::pair<std::uint64_t, std::uint64_t>>> chunkMessages;
     std::uint64_t chunkStart = 0;
     std::uint64_t chunkEnd = 0;
-    McapBuffer scratch;
 };
 
 } // namespace zelmcap

@@ -101,10 +101,10 @@ bool Recorder::drain(std::size_t channel, Limits const& limits)
             (void)socket.recv(extra);
         // Receive times never go back within a file, even when the wall clock does.
         lastLogTime = std::max(lastLogTime, nowNanoseconds());
-        zelmcap::FramePair::encode(encoded, type.data<char>(), type.size(), data.data<char>(), data.size());
+        zelmcap::FramePair::encodeHead(head, type.data<char>(), type.size());
         Totals& totals = channelTotals[channel];
-        writer.write(channelIds[channel], static_cast<std::uint32_t>(totals.messages), lastLogTime, lastLogTime,
-            encoded.data(), encoded.size());
+        writer.write(channelIds[channel], static_cast<std::uint32_t>(totals.messages), lastLogTime, lastLogTime, head,
+            std::string_view(data.data<char>(), data.size()));
         count(channel, data.data<char>(), data.size());
         if (limits.count > 0 && total >= limits.count)
             return false;

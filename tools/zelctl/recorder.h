@@ -61,5 +61,5 @@ private:
     std::vector<Totals> channelTotals;
     std::uint64_t total = 0;
     std::uint64_t lastLogTime = 0;
-    std::string encoded; // reused for every message
+    std::string head; // of each message, reused
 };
