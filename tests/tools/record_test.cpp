@@ -228,6 +228,10 @@ TEST_F(Record, BadRecordingsAreRefusedBeforeAnythingIsPlayed)
         }
         EXPECT_EQ(run({ "resolve", "pipe", "numbers" }).exitCode, 1) << "nothing registered";
     }
+    Result const unknown = run({ "play", good, "--streams", "numbers,letters" });
+    EXPECT_EQ(unknown.exitCode, 2) << unknown;
+    EXPECT_EQ(unknown.err, "zelctl: " + good.toStdString() + " has no stream letters\n");
+    EXPECT_EQ(run({ "resolve", "pipe", "numbers" }).exitCode, 1) << "nothing registered";
     Result const missing = run({ "info", dir.filePath("none.mcap") });
     EXPECT_EQ(missing.exitCode, 2) << missing;
     EXPECT_THAT(missing.err, HasSubstr("none.mcap: at offset 0: cannot open"));
@@ -245,6 +249,11 @@ TEST_F(Record, SignalsEndPlayerAndRecorderCleanly)
     ASSERT_TRUE(finishes(*player, 10000));
     EXPECT_THAT(player->readAllStandardOutput().toStdString(), HasSubstr("(interrupted)"));
     EXPECT_EQ(run({ "resolve", "pipe", "numbers" }).exitCode, 1) << "deregistered";
+
+    // At speed 0 the 4.5 s of the recording go by at once.
+    Result const fast = ok({ "play", file, "--speed", "0" });
+    EXPECT_THAT(fast.out, HasSubstr("played 10 messages\n"));
+    EXPECT_LT(fast.took, 4s);
 
     ok({ "create", "pipe", "gen", "demo.Generator", "--stream", "live", "--stream-address", "tcp://127.0.0.1:*" });
     QString const live = dir.filePath("live.mcap");
