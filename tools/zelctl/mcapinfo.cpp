@@ -8,7 +8,10 @@
 
 #include <QDateTime>
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
+#include <set>
 
 namespace {
 
@@ -34,13 +37,11 @@ int mcapInfo(Invocation& call)
 {
     QString const path = call.args[0];
     std::map<std::uint16_t, std::uint64_t> counts;
-    std::uint64_t first = 0;
+    std::uint64_t first = UINT64_MAX;
     std::uint64_t last = 0;
     try {
         zelmcap::McapReader reader(path.toStdString());
         reader.scan([&](zelmcap::Message const& message) {
-            if (counts.empty() && first == 0)
-                first = message.logTime;
             first = std::min(first, message.logTime);
             last = std::max(last, message.logTime);
             ++counts[message.channelId];

@@ -61,15 +61,17 @@ std::string value(zelmcap::StringMap const& map, std::string const& key, std::st
 // The recorded streams to play: all of ZEL's, or those --streams names (by stream or topic).
 bool selectStreams(Invocation& call, zelmcap::McapReader const& reader, std::vector<PlayedStream>& played)
 {
-    QStringList wanted = call.line.value(QStringLiteral("--streams")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    QStringList const wanted = call.line.value(QStringLiteral("--streams")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    QStringList unmatched = wanted;
     for (auto const& [id, channel] : reader.channels()) {
         std::string::size_type const slash = channel.topic.find('/');
         std::string const group = value(channel.metadata, "group", channel.topic.substr(0, slash));
         std::string const stream = value(
             channel.metadata, "stream", slash == std::string::npos ? channel.topic : channel.topic.substr(slash + 1));
         bool const named
-            = wanted.removeAll(QString::fromStdString(stream)) + wanted.removeAll(QString::fromStdString(channel.topic))
-            > 0;
+            = wanted.contains(QString::fromStdString(stream)) || wanted.contains(QString::fromStdString(channel.topic));
+        unmatched.removeAll(QString::fromStdString(stream));
+        unmatched.removeAll(QString::fromStdString(channel.topic));
         if (call.line.has(QStringLiteral("--streams")) && !named)
             continue;
         if (channel.messageEncoding != zelmcap::FramePair::encoding) {
@@ -84,8 +86,8 @@ bool selectStreams(Invocation& call, zelmcap::McapReader const& reader, std::vec
         played.push_back({ id, channel.topic,
             call.line.value(QStringLiteral("--group"), QString::fromStdString(group)).toStdString(), stream });
     }
-    if (!wanted.isEmpty()) {
-        err(QStringLiteral("%1 has no stream %2").arg(call.args[0], wanted.join(QLatin1Char(','))));
+    if (!unmatched.isEmpty()) {
+        err(QStringLiteral("%1 has no stream %2").arg(call.args[0], unmatched.join(QLatin1Char(','))));
         return false;
     }
     if (played.empty()) {
