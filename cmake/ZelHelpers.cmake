@@ -77,13 +77,15 @@ function(zel_public_library target subdir header)
 endfunction()
 
 # zel_trace_names(TARGET): each source of TARGET gets ZEL_TRACE_FILE, its path in the tree without
-# extension ("impl/zmqhelper"), the file name its trace lines carry.
+# extension and without impl's subsystem folder ("impl/zmqhelper" for impl/transport/zmqhelper.cpp),
+# the file name its trace lines carry: trace texts stay the same wherever a file moves inside impl/.
 function(zel_trace_names target)
   get_target_property(sources ${target} SOURCES)
   foreach(source IN LISTS sources)
     get_filename_component(absolute ${source} ABSOLUTE BASE_DIR ${PROJECT_SOURCE_DIR}/impl)
     file(RELATIVE_PATH relative ${PROJECT_SOURCE_DIR} ${absolute})
     string(REGEX REPLACE "\\.[^./]*$" "" relative ${relative})
+    string(REGEX REPLACE "^impl/[^/]+/" "impl/" relative ${relative})
     set_property(SOURCE ${absolute} TARGET_DIRECTORY ${target} APPEND PROPERTY
       COMPILE_DEFINITIONS ZEL_TRACE_FILE="${relative}")
   endforeach()

@@ -1,4 +1,4 @@
-#include "recordengine.h"
+#include "recorddefinition.h"
 
 #include <zel/zelmsg/processor.h>
 

@@ -30,6 +30,9 @@ public:
         handler->handleMessage(message, socket.get());
     }
 
+    // For an owner that reads more than one message per wake-up.
+    S& getSocket() const { return *socket; }
+
 protected:
     std::unique_ptr<S> socket;
     MessageHandler<S, M>* handler;

@@ -35,42 +35,21 @@ public:
     // a reply that is not a Success.
     bool request(std::string const& envelopeAddress, zelmsg::ControlMessage& record)
     {
+        return exchange(envelopeAddress, record) && checkMessageResult(record);
+    }
+
+    // The same for callers that tell a time-out from a refusal: false only on a time-out (record
+    // unchanged), else `record` becomes the reply whatever its result.
+    bool exchange(std::string const& envelopeAddress, zelmsg::ControlMessage& record)
+    {
         send(envelopeAddress, record);
         if (!waitForReply()) {
-            rebuild();
+            rebuild(); // a REQ socket owed an answer cannot send again
             return false;
         }
         receive(record);
-        return checkMessageResult(record);
+        return true;
     }
-
-    // The steps of request, for callers that tell a time-out from a refusal. Each exchange is send,
-    // waitForReply, then receive or, after a time-out, rebuild: a REQ socket owed an answer cannot
-    // send again.
-    void send(std::string const& envelopeAddress, zelmsg::ControlMessage const& record)
-    {
-        controlSocket->sendMessage(ControlMessageHelper::makeMessageEnvelope(envelopeAddress, record));
-    }
-
-    // Blocks up to the time-out. False on a time-out, whose text names the address; zmq::error_t
-    // when the socket reports an error.
-    bool waitForReply()
-    {
-        int const count = reader->waitForSocketsOrTimeout();
-        int const events = reader->getEvents(socketIndex);
-        if (count == 0) {
-            setLastMessageText(QStringLiteral("Socket timeout %2ms: %1")
-                                   .arg(QString::fromStdString(address))
-                                   .arg(reader->getTimeout())
-                                   .toStdString());
-            return false;
-        }
-        if (Reader::hasError(events))
-            throw zmq::error_t();
-        return Reader::isReadable(events);
-    }
-
-    void receive(zelmsg::ControlMessage& record) { record = decodeControlRecord(controlSocket->receiveMessage()); }
 
     // A new socket, same address and time-out; what the old one was owed is dropped.
     void rebuild()
@@ -105,6 +84,31 @@ public:
     }
 
 private:
+    void send(std::string const& envelopeAddress, zelmsg::ControlMessage const& record)
+    {
+        controlSocket->sendMessage(ControlMessageHelper::makeMessageEnvelope(envelopeAddress, record));
+    }
+
+    // Blocks up to the time-out. False on a time-out, whose text names the address; zmq::error_t
+    // when the socket reports an error.
+    bool waitForReply()
+    {
+        int const count = reader->waitForSocketsOrTimeout();
+        int const events = reader->getEvents(socketIndex);
+        if (count == 0) {
+            setLastMessageText(QStringLiteral("Socket timeout %2ms: %1")
+                                   .arg(QString::fromStdString(address))
+                                   .arg(reader->getTimeout())
+                                   .toStdString());
+            return false;
+        }
+        if (Reader::hasError(events))
+            throw zmq::error_t();
+        return Reader::isReadable(events);
+    }
+
+    void receive(zelmsg::ControlMessage& record) { record = decodeControlRecord(controlSocket->receiveMessage()); }
+
     void build()
     {
         socket = std::make_shared<Socket>(Context::createSocket(zmq::socket_type::req));

@@ -61,7 +61,6 @@ protected:
 private:
     void freeStreamSockets();
 
-    ZmqByteStreamInSocket* inputWrapper = nullptr; // owned by inputClient
     ByteStreamMessage batchMessage; // the batch's messages after the first, in buffers kept between them
     int inputBatchSize = 1;
 };

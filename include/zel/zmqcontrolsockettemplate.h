@@ -67,8 +67,6 @@ public:
         return message;
     }
 
-    MessageFormat getFormat() const { return format; }
-
 private:
     MessageFormat format;
 };

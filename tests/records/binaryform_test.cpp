@@ -1,6 +1,6 @@
 #include "recordtesting.h"
 
-using namespace recordtesting;
+using namespace zeltest;
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <typeinfo>
 #include <utility>
 
-using namespace recordtesting;
+using namespace zeltest;
 
 namespace {
 

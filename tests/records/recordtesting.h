@@ -9,7 +9,7 @@
 #include <QByteArray>
 #include <QDataStream>
 
-namespace recordtesting {
+namespace zeltest {
 
 using RECORDMODEL::BinaryParsingException;
 using RECORDMODEL::IncompleteDefinitionException;
@@ -82,4 +82,4 @@ template <class E, class Action> void expectThrow(Action&& action, QString const
     }
 }
 
-} // namespace recordtesting
+} // namespace zeltest

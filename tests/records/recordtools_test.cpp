@@ -3,7 +3,7 @@
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
 
-using namespace recordtesting;
+using namespace zeltest;
 using zel::ConfigTool;
 using zel::ControlMessageHelper;
 

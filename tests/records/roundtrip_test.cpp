@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-using namespace recordtesting;
+using namespace zeltest;
 
 namespace {
 

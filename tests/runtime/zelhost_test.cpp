@@ -1,4 +1,4 @@
-#include "support/controlclient.h"
+#include "support/frontendclient.h"
 #include "support/zelhostprocess.h"
 
 #include <zel/controlmessagehelper.h>
@@ -47,7 +47,7 @@ TEST(Zelhost, UnreadableTraceFlagsKeepTheDefaultAFloodIsFoldedAndSigtermExitsZer
     ASSERT_TRUE(host->startReady());
     // Each undeliverable request traces the same failure; the answer to the last request comes
     // after the router has dealt with all of them.
-    zeltest::ControlClient client(host->address.toStdString());
+    zeltest::FrontendClient client(host->address.toStdString());
     for (int i = 0; i < 50; ++i)
         client.send("inproc://zel/nobody", zel::ControlMessageHelper::makeQueryProcessorsMessage());
     ASSERT_TRUE(

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controlclient.h"
+#include "frontendclient.h"
 
 #include <zel/controlmessagehelper.h>
 #include <zel/environment.h>
@@ -25,7 +25,7 @@ protected:
     void SetUp() override
     {
         environment = std::make_unique<zel::Environment>(plugins, zel::routerFrontendAddressDefault);
-        client = std::make_unique<ControlClient>(environment->getRouterFrontendAddress());
+        client = std::make_unique<FrontendClient>(environment->getRouterFrontendAddress());
         ASSERT_EQ(createGroup("g"), "Success");
     }
 
@@ -60,7 +60,7 @@ protected:
 
     std::shared_ptr<zel::PluginManager> plugins = std::make_shared<zel::PluginManager>();
     std::unique_ptr<zel::Environment> environment;
-    std::unique_ptr<ControlClient> client;
+    std::unique_ptr<FrontendClient> client;
 };
 
 } // namespace zeltest

@@ -3,6 +3,7 @@
 #include "diagnosis.h"
 #include "graph.h"
 #include "guards.h"
+#include "identities.h"
 #include "pipelinerun.h"
 #include "plugins.h"
 #include "reply.h"
@@ -11,7 +12,6 @@
 
 #include <zel/configtool.h>
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <QFile>
 #include <QTextStream>
@@ -25,18 +25,9 @@ namespace {
 using zel::ControlMessageHelper;
 using zelmsg::ControlMessage;
 
-std::string const& prefix() { return zel::internalAddressPrefixDefault; }
 std::string utf8(QString const& text) { return text.toStdString(); }
-std::string managerIdentity() { return zel::Endpoints::getGroupManagerEndpoint(prefix()); }
-std::string groupIdentity(QString const& group) { return zel::Endpoints::getGroupEndpoint(utf8(group), prefix()); }
-std::string nameServiceIdentity(QString const& group)
-{
-    return zel::Endpoints::getNameServiceEndpoint(utf8(group), prefix());
-}
-std::string processorIdentity(QStringList const& args)
-{
-    return zel::Endpoints::getProcessorEndpoint(utf8(args[0]), utf8(args[1]), prefix());
-}
+// GROUP PROCESSOR, the first two words of a processor's commands.
+std::string processorIdentity(QStringList const& args) { return Identities::processor(args[0], args[1]); }
 
 void printList(ControlMessage const& reply)
 {
@@ -132,15 +123,15 @@ int connect(Invocation& call)
         return int(ExitUsage);
     if (address.isEmpty()) {
         QString const host = call.line.value(QStringLiteral("--stream-host"));
-        std::unique_ptr<ControlClient> other
-            = host.isEmpty() ? nullptr : std::make_unique<ControlClient>(utf8(host), call.client.timeout());
+        std::unique_ptr<SystemClient> other
+            = host.isEmpty() ? nullptr : std::make_unique<SystemClient>(utf8(host), call.client.timeout());
         Invocation at { call.line, other ? *other : call.client, call.args };
         ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(call.args[2]));
-        Outcome const outcome = at.client.request(
-            nameServiceIdentity(call.line.value(QStringLiteral("--stream-group"), call.args[0])), resolve);
+        std::string const nameService
+            = Identities::nameService(call.line.value(QStringLiteral("--stream-group"), call.args[0]));
+        Outcome const outcome = at.client.request(nameService, resolve);
         if (outcome != Outcome::Success)
-            return conclude(at, nameServiceIdentity(call.line.value(QStringLiteral("--stream-group"), call.args[0])),
-                outcome, resolve, printNothing);
+            return conclude(at, nameService, outcome, resolve, printNothing);
         address = StreamAddress::dialable(
             resolve.GetStreamAddresses(), QString::fromStdString(at.client.address()), other != nullptr);
         if (address.isEmpty()) {
@@ -185,24 +176,24 @@ std::vector<Command> makeCommands()
         { "groups", "", "list the groups", "", 0, 0,
             [](Invocation& c) {
                 return exchange(
-                    c, managerIdentity(), ControlMessageHelper::makeQueryProcessorGroupsMessage(), printList);
+                    c, Identities::manager(), ControlMessageHelper::makeQueryProcessorGroupsMessage(), printList);
             } },
         { "create-group", "GROUP", "create a group", "", 1, 1,
             [](Invocation& c) {
                 if (!acceptGroupName(c))
                     return int(ExitUsage);
-                return exchange(c, managerIdentity(),
+                return exchange(c, Identities::manager(),
                     ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(c.args[0])), printNothing);
             } },
         { "delete-group", "GROUP", "delete a group with all its processors", "", 1, 1,
             [](Invocation& c) {
-                return exchange(c, managerIdentity(),
+                return exchange(c, Identities::manager(),
                     ControlMessageHelper::makeDeleteProcessorGroupMessage(utf8(c.args[0])), printNothing);
             } },
         { "processors", "GROUP", "list the processors of a group", "", 1, 1,
             [](Invocation& c) {
                 return exchange(
-                    c, groupIdentity(c.args[0]), ControlMessageHelper::makeQueryProcessorsMessage(), printList);
+                    c, Identities::group(c.args[0]), ControlMessageHelper::makeQueryProcessorsMessage(), printList);
             } },
         { "create", "GROUP PROCESSOR TYPE", "create a processor",
             "The configuration comes from --config FILE (a Processor record as XML), or is one output stream\n"
@@ -214,13 +205,13 @@ std::vector<Command> makeCommands()
                 zelmsg::Processor config;
                 if (!processorConfig(c, config) || !acceptProcessor(c, config))
                     return int(ExitUsage);
-                return exchange(c, groupIdentity(c.args[0]),
+                return exchange(c, Identities::group(c.args[0]),
                     ControlMessageHelper::makeCreateProcessorMessage(utf8(c.args[2]), utf8(c.args[1]), config),
                     printNothing);
             } },
         { "delete", gp, "delete a processor; returns when it has stopped", "", 2, 2,
             [](Invocation& c) {
-                return exchange(c, groupIdentity(c.args[0]),
+                return exchange(c, Identities::group(c.args[0]),
                     ControlMessageHelper::makeDeleteProcessorMessage(utf8(c.args[1])), printNothing);
             } },
         { "connect", gp + QStringLiteral(" STREAM [ADDRESS]"), "connect a processor's input to a stream",
@@ -252,7 +243,7 @@ std::vector<Command> makeCommands()
         { "params", gp, "list the parameters of a processor", "", 2, 2, params },
         { "set-group", "GROUP NAME VALUE", "publish a parameter to the processors of a group that take it", "", 3, 3,
             [](Invocation& c) {
-                return exchange(c, groupIdentity(c.args[0]),
+                return exchange(c, Identities::group(c.args[0]),
                     ControlMessageHelper::makeSetParameterMessage(utf8(c.args[1]), utf8(c.args[2])), printNothing);
             } },
         { "sources", gp, "list a processor's inputs with their filters", "", 2, 2,
@@ -270,18 +261,18 @@ std::vector<Command> makeCommands()
                 std::vector<std::string> addresses;
                 for (QString const& a : c.args.mid(3))
                     addresses.push_back(utf8(a));
-                return exchange(c, nameServiceIdentity(c.args[0]),
+                return exchange(c, Identities::nameService(c.args[0]),
                     ControlMessageHelper::makeRegisterStreamMessage(utf8(c.args[1]), utf8(c.args[2]), addresses),
                     printNothing);
             } },
         { "resolve", "GROUP STREAM", "print the processor and addresses of a stream", "", 2, 2,
             [](Invocation& c) {
-                return exchange(c, nameServiceIdentity(c.args[0]),
+                return exchange(c, Identities::nameService(c.args[0]),
                     ControlMessageHelper::makeResolveStreamMessage(utf8(c.args[1])), printResolved);
             } },
         { "deregister", "GROUP STREAM", "remove a stream from a group's name service", "", 2, 2,
             [](Invocation& c) {
-                return exchange(c, nameServiceIdentity(c.args[0]),
+                return exchange(c, Identities::nameService(c.args[0]),
                     ControlMessageHelper::makeDeregisterStreamMessage(utf8(c.args[1])), printNothing);
             } },
         { "send", "IDENTITY FILE", "send the control record in FILE (XML) to any identity and print the reply",

@@ -1,23 +1,11 @@
 #pragma once
 
-#include "commandline.h"
-#include "controlclient.h"
+#include "invocation.h"
 
 #include <QString>
 
 #include <functional>
 #include <vector>
-
-// Exit codes of zelctl.
-enum ExitCode { ExitSuccess = 0, ExitFailure = 1, ExitUsage = 2, ExitTimeout = 3 };
-
-// One call of a command: its words, the client, and how the reply is shown.
-struct Invocation
-{
-    CommandLine const& line;
-    ControlClient& client;
-    QStringList args; // the command's arguments, without its name
-};
 
 struct Command
 {

@@ -1,9 +1,9 @@
 #include "diagnosis.h"
 
-#include "commands.h"
+#include "identities.h"
+#include "invocation.h"
 
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <cstdio>
 #include <optional>
@@ -13,7 +13,7 @@ namespace {
 using zel::ControlMessageHelper;
 
 // The group and processor an identity names; `processor` is empty for the group itself.
-struct Target
+struct Addressee
 {
     QString group;
     QString processor;
@@ -26,7 +26,7 @@ int say(int code, QString const& text)
 }
 
 // The names a service lists in its Parameter, or nothing when it did not answer.
-std::optional<QStringList> listed(ControlClient& client, std::string const& identity, zelmsg::ControlMessage query)
+std::optional<QStringList> listed(SystemClient& client, std::string const& identity, zelmsg::ControlMessage query)
 {
     if (client.request(identity, query) != Outcome::Success)
         return std::nullopt;
@@ -36,9 +36,9 @@ std::optional<QStringList> listed(ControlClient& client, std::string const& iden
 
 // A group's name may hold a "/" (create-group --force), so the longest listed group that the path
 // begins with wins; an unlisted one is read up to the first "/".
-Target targetOf(QString const& path, QStringList const& groups)
+Addressee targetOf(QString const& path, QStringList const& groups)
 {
-    Target target { path.section(QLatin1Char('/'), 0, 0), path.section(QLatin1Char('/'), 1) };
+    Addressee target { path.section(QLatin1Char('/'), 0, 0), path.section(QLatin1Char('/'), 1) };
     int longest = -1;
     for (QString const& group : groups) {
         bool const names = path == group || path.startsWith(group + QLatin1Char('/'));
@@ -52,10 +52,10 @@ Target targetOf(QString const& path, QStringList const& groups)
 
 } // namespace
 
-int diagnoseSilence(ControlClient& client, std::string const& identity)
+int diagnoseSilence(SystemClient& client, std::string const& identity)
 {
     QString const address = QString::fromStdString(client.address());
-    std::string const manager = zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault);
+    std::string const manager = Identities::manager();
     std::optional<QStringList> const groups
         = listed(client, manager, ControlMessageHelper::makeQueryProcessorGroupsMessage());
     if (!groups)
@@ -68,7 +68,7 @@ int diagnoseSilence(ControlClient& client, std::string const& identity)
     if (!name.startsWith(groupsPrefix))
         return say(ExitFailure, QStringLiteral("nothing answers to '%1' (zelhost at %2 answers)").arg(name, address));
 
-    Target const target = targetOf(name.mid(groupsPrefix.size()), *groups);
+    Addressee const target = targetOf(name.mid(groupsPrefix.size()), *groups);
     if (!groups->contains(target.group)) {
         QString const known = groups->isEmpty() ? QStringLiteral("none") : groups->join(QStringLiteral(", "));
         return say(ExitFailure,
@@ -79,9 +79,8 @@ int diagnoseSilence(ControlClient& client, std::string const& identity)
         return say(ExitTimeout, silentGroup.arg(target.group, address));
     if (target.processor == QLatin1String("nameservice"))
         return say(ExitTimeout, QStringLiteral("the name service of group '%1' does not answer").arg(target.group));
-    std::optional<QStringList> const processors = listed(client,
-        zel::Endpoints::getGroupEndpoint(target.group.toStdString(), zel::internalAddressPrefixDefault),
-        ControlMessageHelper::makeQueryProcessorsMessage());
+    std::optional<QStringList> const processors
+        = listed(client, Identities::group(target.group), ControlMessageHelper::makeQueryProcessorsMessage());
     if (!processors)
         return say(ExitTimeout, silentGroup.arg(target.group, address));
     if (!processors->contains(target.processor))

@@ -1,9 +1,8 @@
 #include "graph.h"
 
+#include "identities.h"
 #include "reply.h"
 #include "topology.h"
-
-#include <zel/endpoints.h>
 
 #include <QStringList>
 
@@ -113,8 +112,7 @@ int graph(Invocation& call)
     zelmsg::ControlMessage failed;
     Outcome const outcome = Topology::query(call.client, topology, failed);
     if (outcome != Outcome::Success)
-        return conclude(call, zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault), outcome,
-            failed, printNothing);
+        return conclude(call, Identities::manager(), outcome, failed, printNothing);
     QString const text = format == QLatin1String("dot") ? dot(topology) : tree(topology);
     if (!text.isEmpty())
         out(text);

@@ -1,6 +1,6 @@
 #include "guards.h"
 
-#include <zel/endpoints.h>
+#include "identities.h"
 
 #include <QUrl>
 
@@ -114,8 +114,7 @@ bool acceptProcessor(Invocation& call, zelmsg::Processor const& config)
     QString const& name = call.args[1];
     if (groupOwnNames.contains(name))
         return refuse(QStringLiteral("'%1' is a name the group itself uses; choose another").arg(name));
-    std::string const identity = zel::Endpoints::getProcessorEndpoint(
-        call.args[0].toStdString(), name.toStdString(), zel::internalAddressPrefixDefault);
+    std::string const identity = Identities::processor(call.args[0], name);
     if (!identityFits(identity, name))
         return false;
     QString const problem = configProblem(call.args[2], config);
@@ -134,7 +133,6 @@ bool acceptGroupName(Invocation& call)
                                      "processors")
                           .arg(name));
     // The name service's identity is the longest one a group makes.
-    std::string const identity
-        = zel::Endpoints::getNameServiceEndpoint(name.toStdString(), zel::internalAddressPrefixDefault);
+    std::string const identity = Identities::nameService(name);
     return identityFits(identity, name);
 }

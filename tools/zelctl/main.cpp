@@ -4,7 +4,6 @@
 
 #include "commandline.h"
 #include "commands.h"
-#include "controlclient.h"
 
 #include <zel/endpoints.h>
 #include <zel/version.h>
@@ -84,7 +83,7 @@ int main(int argc, char** argv)
     if (!ok || timeout < -1)
         return usageError(QStringLiteral("--timeout takes milliseconds"));
     try {
-        ControlClient client(address.toStdString(), timeout);
+        SystemClient client(address.toStdString(), timeout);
         Invocation call { line, client, args };
         return command->run(call);
     } catch (std::exception const& e) {

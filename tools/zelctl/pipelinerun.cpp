@@ -1,9 +1,9 @@
 #include "pipelinerun.h"
 
+#include "identities.h"
 #include "streamaddress.h"
 
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <cstdio>
 
@@ -13,12 +13,6 @@ using zel::ControlMessageHelper;
 using zelmsg::ControlMessage;
 
 std::string utf8(QString const& text) { return text.toStdString(); }
-std::string const& prefix() { return zel::internalAddressPrefixDefault; }
-std::string groupIdentity(QString const& group) { return zel::Endpoints::getGroupEndpoint(utf8(group), prefix()); }
-std::string processorIdentity(QString const& group, QString const& processor)
-{
-    return zel::Endpoints::getProcessorEndpoint(utf8(group), utf8(processor), prefix());
-}
 
 QString onHost(QString const& host) { return host.isEmpty() ? QString() : QStringLiteral(" on ") + host; }
 QString groupText(PipelineGroup const& g) { return QStringLiteral("group ") + g.name + onHost(g.host); }
@@ -59,7 +53,7 @@ int runFile(Invocation& call, int (PipelineRun::*what)())
 
 } // namespace
 
-PipelineRun::PipelineRun(Pipeline const& pipeline, ControlClient& defaultClient)
+PipelineRun::PipelineRun(Pipeline const& pipeline, SystemClient& defaultClient)
     : pipeline(pipeline)
     , defaultClient(defaultClient)
 { }
@@ -67,13 +61,13 @@ PipelineRun::PipelineRun(Pipeline const& pipeline, ControlClient& defaultClient)
 int PipelineRun::applyCommand(Invocation& call) { return runFile(call, &PipelineRun::apply); }
 int PipelineRun::downCommand(Invocation& call) { return runFile(call, &PipelineRun::down); }
 
-ControlClient& PipelineRun::client(QString const& host)
+SystemClient& PipelineRun::client(QString const& host)
 {
     if (host.isEmpty())
         return defaultClient;
-    std::unique_ptr<ControlClient>& made = clients[host];
+    std::unique_ptr<SystemClient>& made = clients[host];
     if (!made)
-        made = std::make_unique<ControlClient>(utf8(pipeline.hosts.value(host)), defaultClient.timeout());
+        made = std::make_unique<SystemClient>(utf8(pipeline.hosts.value(host)), defaultClient.timeout());
     return *made;
 }
 
@@ -112,8 +106,7 @@ bool PipelineRun::groupExists(PipelineGroup const& g, bool& exists)
 {
     if (!groupsByHost.contains(g.host)) {
         ControlMessage query = ControlMessageHelper::makeQueryProcessorGroupsMessage();
-        if (!ask(g.host, zel::Endpoints::getGroupManagerEndpoint(prefix()), query, g.line,
-                QStringLiteral("listing the groups") + onHost(g.host)))
+        if (!ask(g.host, Identities::manager(), query, g.line, QStringLiteral("listing the groups") + onHost(g.host)))
             return false;
         groupsByHost[g.host] = splitList(query.GetParameter());
     }
@@ -124,7 +117,8 @@ bool PipelineRun::groupExists(PipelineGroup const& g, bool& exists)
 bool PipelineRun::processorsOf(PipelineGroup const& g, QStringList& names)
 {
     ControlMessage query = ControlMessageHelper::makeQueryProcessorsMessage();
-    if (!ask(g.host, groupIdentity(g.name), query, g.line, QStringLiteral("listing the processors of ") + groupText(g)))
+    if (!ask(g.host, Identities::group(g.name), query, g.line,
+            QStringLiteral("listing the processors of ") + groupText(g)))
         return false;
     names = splitList(query.GetParameter());
     return true;
@@ -152,8 +146,7 @@ bool PipelineRun::applyGroup(PipelineGroup const& g)
     if (exists)
         return true;
     ControlMessage create = ControlMessageHelper::makeCreateProcessorGroupMessage(utf8(g.name));
-    if (!ask(g.host, zel::Endpoints::getGroupManagerEndpoint(prefix()), create, g.line,
-            QStringLiteral("creating ") + groupText(g)))
+    if (!ask(g.host, Identities::manager(), create, g.line, QStringLiteral("creating ") + groupText(g)))
         return false;
     groupsByHost[g.host] << g.name;
     did(QStringLiteral("created ") + groupText(g));
@@ -174,7 +167,7 @@ bool PipelineRun::applyProcessor(PipelineGroup const& g, PipelineProcessor const
                 config.GetDataStream().first().AppendAddress(address);
         }
         ControlMessage create = ControlMessageHelper::makeCreateProcessorMessage(utf8(p.type), utf8(p.name), config);
-        if (!ask(g.host, groupIdentity(g.name), create, p.line, QStringLiteral("creating ") + processorText(g, p)))
+        if (!ask(g.host, Identities::group(g.name), create, p.line, QStringLiteral("creating ") + processorText(g, p)))
             return false;
         did(QStringLiteral("created %1 (%2)").arg(processorText(g, p), p.type));
     }
@@ -189,8 +182,7 @@ bool PipelineRun::applyTake(PipelineGroup const& g, PipelineProcessor const& p, 
 {
     QString const stream = QStringLiteral("stream %1 of group %2%3").arg(take.stream, take.group, onHost(take.host));
     ControlMessage resolve = ControlMessageHelper::makeResolveStreamMessage(utf8(take.stream));
-    if (!ask(take.host, zel::Endpoints::getNameServiceEndpoint(utf8(take.group), prefix()), resolve, take.line,
-            QStringLiteral("resolving ") + stream))
+    if (!ask(take.host, Identities::nameService(take.group), resolve, take.line, QStringLiteral("resolving ") + stream))
         return false;
     QString const address = StreamAddress::dialable(
         resolve.GetStreamAddresses(), frontend(take.host), frontend(take.host) != frontend(g.host));
@@ -201,7 +193,7 @@ bool PipelineRun::applyTake(PipelineGroup const& g, PipelineProcessor const& p, 
         return false;
     }
     ControlMessage sources = ControlMessageHelper::makeQuerySourcesMessage();
-    if (!ask(g.host, processorIdentity(g.name, p.name), sources, take.line,
+    if (!ask(g.host, Identities::processor(g.name, p.name), sources, take.line,
             QStringLiteral("listing the inputs of ") + processorText(g, p)))
         return false;
     for (zelmsg::DataSource const& source : sources.GetDataSource()) {
@@ -212,7 +204,7 @@ bool PipelineRun::applyTake(PipelineGroup const& g, PipelineProcessor const& p, 
     for (QString const& filter : take.filters)
         filters.push_back(utf8(filter));
     ControlMessage connect = ControlMessageHelper::makeConnectStreamMessage(utf8(take.stream), utf8(address), filters);
-    if (!ask(g.host, processorIdentity(g.name, p.name), connect, take.line,
+    if (!ask(g.host, Identities::processor(g.name, p.name), connect, take.line,
             QStringLiteral("connecting ") + processorText(g, p)))
         return false;
     did(QStringLiteral("connected %1 to %2 at %3%4")
@@ -229,12 +221,12 @@ bool PipelineRun::applyParameters(PipelineGroup const& g, PipelineProcessor cons
     for (auto const& [name, value] : p.parameters) {
         if (!created) {
             ControlMessage get = ControlMessageHelper::makeGetParameterMessage(utf8(name));
-            if (client(g.host).request(processorIdentity(g.name, p.name), get) != Outcome::Success
+            if (client(g.host).request(Identities::processor(g.name, p.name), get) != Outcome::Success
                 || get.GetParameter() == value)
                 continue;
         }
         ControlMessage set = ControlMessageHelper::makeSetParameterMessage(utf8(name), utf8(value));
-        if (!ask(g.host, processorIdentity(g.name, p.name), set, p.line,
+        if (!ask(g.host, Identities::processor(g.name, p.name), set, p.line,
                 QStringLiteral("setting %1 of %2").arg(name, processorText(g, p))))
             return false;
         did(QStringLiteral("set %1 of %2 to %3").arg(name, processorText(g, p), value));
@@ -255,7 +247,7 @@ int PipelineRun::down()
         if (!names.contains(step->processor->name))
             continue;
         ControlMessage remove = ControlMessageHelper::makeDeleteProcessorMessage(utf8(step->processor->name));
-        if (!ask(g.host, groupIdentity(g.name), remove, step->processor->line,
+        if (!ask(g.host, Identities::group(g.name), remove, step->processor->line,
                 QStringLiteral("deleting ") + processorText(g, *step->processor)))
             return exitCode;
         did(QStringLiteral("deleted ") + processorText(g, *step->processor));
@@ -272,8 +264,7 @@ int PipelineRun::down()
             continue;
         }
         ControlMessage remove = ControlMessageHelper::makeDeleteProcessorGroupMessage(utf8(g->name));
-        if (!ask(g->host, zel::Endpoints::getGroupManagerEndpoint(prefix()), remove, g->line,
-                QStringLiteral("deleting ") + groupText(*g)))
+        if (!ask(g->host, Identities::manager(), remove, g->line, QStringLiteral("deleting ") + groupText(*g)))
             return exitCode;
         groupsByHost[g->host].removeAll(g->name);
         did(QStringLiteral("deleted ") + groupText(*g));

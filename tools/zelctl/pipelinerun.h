@@ -1,7 +1,6 @@
 #pragma once
 
-#include "commands.h"
-#include "controlclient.h"
+#include "invocation.h"
 #include "pipeline.h"
 
 #include <QMap>
@@ -18,7 +17,7 @@ class PipelineRun
 {
 public:
     // `defaultClient` talks to the default host (--address) and outlives the run.
-    PipelineRun(Pipeline const& pipeline, ControlClient& defaultClient);
+    PipelineRun(Pipeline const& pipeline, SystemClient& defaultClient);
 
     int apply();
     int down();
@@ -28,7 +27,7 @@ public:
     static int downCommand(Invocation& call);
 
 private:
-    ControlClient& client(QString const& host);
+    SystemClient& client(QString const& host);
     QString frontend(QString const& host);
     // One exchange; a failure is printed at `line` with `what` and ends the run.
     bool ask(QString const& host, std::string const& identity, zelmsg::ControlMessage& record, int line,
@@ -44,8 +43,8 @@ private:
     bool applyParameters(PipelineGroup const& g, PipelineProcessor const& p, bool created);
 
     Pipeline const& pipeline;
-    ControlClient& defaultClient;
-    std::map<QString, std::unique_ptr<ControlClient>> clients; // by host name
+    SystemClient& defaultClient;
+    std::map<QString, std::unique_ptr<SystemClient>> clients; // by host name
     QMap<QString, QStringList> groupsByHost; // what QueryGroups said, kept up to date
     int changes = 0;
     int exitCode = ExitSuccess;

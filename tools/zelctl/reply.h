@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "invocation.h"
 
 #include <zel/zelmsg/controlmessage.h>
 

@@ -1,10 +1,10 @@
 #include "tap.h"
 
+#include "identities.h"
 #include "reply.h"
 
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <QByteArray>
 
@@ -100,8 +100,7 @@ private:
 QString tcpAddress(Invocation& call, int& exitCode)
 {
     zelmsg::ControlMessage resolve = zel::ControlMessageHelper::makeResolveStreamMessage(call.args[1].toStdString());
-    std::string const nameService
-        = zel::Endpoints::getNameServiceEndpoint(call.args[0].toStdString(), zel::internalAddressPrefixDefault);
+    std::string const nameService = Identities::nameService(call.args[0]);
     Outcome const outcome = call.client.request(nameService, resolve);
     if (outcome != Outcome::Success) {
         exitCode = conclude(call, nameService, outcome, resolve, printNothing);

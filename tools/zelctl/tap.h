@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "invocation.h"
 
 // zelctl tap GROUP STREAM [--count N] [--format hex|text|raw] [--rate] [--filter F]: subscribes
 // to a TCP stream and shows what passes, until N messages or SIGINT.

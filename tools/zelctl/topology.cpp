@@ -1,7 +1,8 @@
 #include "topology.h"
 
+#include "identities.h"
+
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <QHash>
 
@@ -10,13 +11,10 @@
 namespace {
 
 using zel::ControlMessageHelper;
-using zel::Endpoints;
 using zelmsg::ControlMessage;
 
-std::string const& prefix() { return zel::internalAddressPrefixDefault; }
-
 // Empty when the request succeeded, else what went wrong.
-QString ask(ControlClient& client, std::string const& identity, ControlMessage& record)
+QString ask(SystemClient& client, std::string const& identity, ControlMessage& record)
 {
     switch (client.request(identity, record)) {
     case Outcome::Success:
@@ -31,10 +29,10 @@ QString ask(ControlClient& client, std::string const& identity, ControlMessage& 
 
 QStringList names(QString const& list) { return list.split(QLatin1Char(','), Qt::SkipEmptyParts); }
 
-ProcessorView queryProcessor(ControlClient& client, QString const& group, QString const& name)
+ProcessorView queryProcessor(SystemClient& client, QString const& group, QString const& name)
 {
     ProcessorView view { group, name, {}, {}, {} };
-    std::string const identity = Endpoints::getProcessorEndpoint(group.toStdString(), name.toStdString(), prefix());
+    std::string const identity = Identities::processor(group, name);
     ControlMessage streams = ControlMessageHelper::makeQueryStreamsMessage();
     view.problem = ask(client, identity, streams);
     if (!view.problem.isEmpty())
@@ -46,11 +44,11 @@ ProcessorView queryProcessor(ControlClient& client, QString const& group, QStrin
     return view;
 }
 
-GroupView queryGroup(ControlClient& client, QString const& name)
+GroupView queryGroup(SystemClient& client, QString const& name)
 {
     GroupView view { name, {}, {} };
     ControlMessage processors = ControlMessageHelper::makeQueryProcessorsMessage();
-    view.problem = ask(client, Endpoints::getGroupEndpoint(name.toStdString(), prefix()), processors);
+    view.problem = ask(client, Identities::group(name), processors);
     if (!view.problem.isEmpty())
         return view;
     for (QString const& processor : names(processors.GetParameter()))
@@ -60,10 +58,10 @@ GroupView queryGroup(ControlClient& client, QString const& name)
 
 } // namespace
 
-Outcome Topology::query(ControlClient& client, Topology& topology, ControlMessage& failed)
+Outcome Topology::query(SystemClient& client, Topology& topology, ControlMessage& failed)
 {
     failed = ControlMessageHelper::makeQueryProcessorGroupsMessage();
-    Outcome const outcome = client.request(Endpoints::getGroupManagerEndpoint(prefix()), failed);
+    Outcome const outcome = client.request(Identities::manager(), failed);
     if (outcome != Outcome::Success)
         return outcome;
     for (QString const& group : names(failed.GetParameter()))

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controlclient.h"
+#include "systemclient.h"
 
 #include <zel/zelmsg/controlmessage.h>
 
@@ -42,7 +42,7 @@ struct Topology
     // Asks the manager, every group and every processor, one after the other on the calling
     // thread. Only the manager's answer is needed: a group or processor that fails or stays silent
     // is kept with its problem. On failure `failed` holds the manager's reply.
-    static Outcome query(ControlClient& client, Topology& topology, zelmsg::ControlMessage& failed);
+    static Outcome query(SystemClient& client, Topology& topology, zelmsg::ControlMessage& failed);
     // Every input, matched by address to the stream it takes; valid while this topology lives.
     QVector<Link> links() const;
 };

@@ -49,7 +49,7 @@ public:
 
     ZELMSG_RECORD_MEMBERS(ControlMessage)
 
-    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // The fields, in field order. recordfields.h says where the bodies of these accessors come from.
     // What the message asks or reports; the one mandatory field.
     MessageType const& GetMessageType() const;
     MessageType GetDefaultMessageType() const;

@@ -15,7 +15,7 @@ public:
 
     ZELMSG_RECORD_MEMBERS(DataSource)
 
-    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // The fields, in field order. recordfields.h says where the bodies of these accessors come from.
     // How the source is reached; reads SUB while unset.
     Protocol const& GetProtocol() const;
     Protocol GetDefaultProtocol() const;

@@ -14,7 +14,7 @@ public:
 
     ZELMSG_RECORD_MEMBERS(DataStream)
 
-    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // The fields, in field order. recordfields.h says where the bodies of these accessors come from.
     // Name of the stream; the one mandatory field, and an empty name is a name.
     QString GetName() const;
     QString GetDefaultName() const;

@@ -15,7 +15,7 @@ public:
 
     ZELMSG_RECORD_MEMBERS(Processor)
 
-    // The fields, in field order. Each kind has the same accessors, written once in records/recordengine.h.
+    // The fields, in field order. recordfields.h says where the bodies of these accessors come from.
     // Identity of the configuration; carried, nothing reads it.
     QString GetID() const;
     QString GetDefaultID() const;

@@ -1,7 +1,10 @@
 #pragma once
 
-// The record-level members shared by the records of zelmsg. Each record's header declares its own field
-// accessors; their bodies all come from one engine over the record's field table (records/recordengine.h).
+// The shape shared by the records of zelmsg. Each record's header declares its field accessors (GetX, SetX,
+// IsXSet, ResetX, ...) and opens its class with ZELMSG_RECORD_MEMBERS. None of them is written by hand: the
+// record's .cpp holds its field table (name, kind, binary tag, presence) and expands ZELMSG_DEFINE_RECORD
+// over it (records/recorddefinition.h). The bodies then forward to the field rules (records/recordrules.h),
+// the XML form (records/xmlform.h) and the binary forms (records/binaryform.h).
 
 #include <zel/host/irmobject.h>
 #include <zel/zel_export.h>
@@ -19,7 +22,9 @@ class Logger;
 
 namespace zelmsg {
 namespace detail {
-template <class R> struct RecordEngine;
+template <class R> struct RecordRules;
+template <class R> struct XmlForm;
+template <class R> struct BinaryForm;
 } // namespace detail
 } // namespace zelmsg
 
@@ -56,7 +61,9 @@ protected:                                                                      
                                                                                                                        \
 private:                                                                                                               \
     struct Data;                                                                                                       \
-    friend struct ::zelmsg::detail::RecordEngine<R>;                                                                   \
+    friend struct ::zelmsg::detail::RecordRules<R>;                                                                    \
+    friend struct ::zelmsg::detail::XmlForm<R>;                                                                        \
+    friend struct ::zelmsg::detail::BinaryForm<R>;                                                                     \
     void InitData() const;                                                                                             \
     void ConstNoClearReset() const;                                                                                    \
     /* Mutable: const reads allocate on first use, and detach a shared private part like writes do. */                 \
