@@ -1,6 +1,6 @@
 #include "fileerror.h"
 
-#include "commands.h"
+#include "invocation.h"
 #include "reply.h"
 
 int fileError(QString const& path, zelmcap::McapError const& error)

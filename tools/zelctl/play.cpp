@@ -1,6 +1,7 @@
 #include "play.h"
 
 #include "fileerror.h"
+#include "identities.h"
 #include "interruption.h"
 #include "player.h"
 #include "reply.h"
@@ -10,7 +11,6 @@
 #include <mcapreader.h>
 
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 
 #include <cmath>
 #include <cstdio>
@@ -99,7 +99,7 @@ bool selectStreams(Invocation& call, zelmcap::McapReader const& reader, std::vec
 
 std::string nameService(PlayedStream const& stream)
 {
-    return zel::Endpoints::getNameServiceEndpoint(stream.group, zel::internalAddressPrefixDefault);
+    return Identities::nameService(QString::fromStdString(stream.group));
 }
 
 void deregister(Invocation& call, std::vector<PlayedStream> const& streams, std::size_t count)

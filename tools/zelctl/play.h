@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "invocation.h"
 
 // zelctl play FILE [--group G] [--speed X] [--loop] [--streams S,...] [--bind ADDR] [--wait N]:
 // checks the whole recording, then publishes each of its streams on a socket of its own,

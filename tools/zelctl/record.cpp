@@ -1,6 +1,7 @@
 #include "record.h"
 
 #include "fileerror.h"
+#include "identities.h"
 #include "interruption.h"
 #include "recorder.h"
 #include "reply.h"
@@ -10,7 +11,6 @@
 #include <mcapwriter.h>
 
 #include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 #include <zel/version.h>
 
 #include <QDateTime>
@@ -65,8 +65,7 @@ bool resolveStreams(Invocation& call, std::vector<RecordedStream>& streams, int&
         std::string const group = call.args[i].toStdString();
         std::string const stream = call.args[i + 1].toStdString();
         zelmsg::ControlMessage resolve = zel::ControlMessageHelper::makeResolveStreamMessage(stream);
-        std::string const nameService
-            = zel::Endpoints::getNameServiceEndpoint(group, zel::internalAddressPrefixDefault);
+        std::string const nameService = Identities::nameService(call.args[i]);
         Outcome const outcome = call.client.request(nameService, resolve);
         if (outcome != Outcome::Success) {
             exitCode = conclude(call, nameService, outcome, resolve, printNothing);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "invocation.h"
 
 // zelctl record -o FILE GROUP STREAM [GROUP STREAM ...] [--filter F] [--duration S] [--count N]
 // [--compression zstd]: writes what the streams carry into an MCAP file until Ctrl-C, the duration
