@@ -15,7 +15,11 @@ packages=(
   python3-zmq python3-pytest
   libcpp-httplib-dev # zelctl serve
   graphviz chromium # the graph on zelctl serve's page, and the browser test that loads it
+  libzstd-dev # compressed chunks in recordings
 )
+# node and npm, for the test that reads a recording with the MCAP library on npm; a node installed
+# from elsewhere brings its own npm.
+command -v npm > /dev/null || packages+=(nodejs npm)
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)
 
 missing=()

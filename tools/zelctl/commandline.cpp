@@ -6,10 +6,13 @@ namespace {
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
     QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
-    QStringLiteral("--format"), QStringLiteral("--content-type"), QStringLiteral("--listen") };
-QStringList const flagOptions
-    = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"), QStringLiteral("-h"),
-          QStringLiteral("--rate"), QStringLiteral("--version"), QStringLiteral("--rates"), QStringLiteral("--once") };
+    QStringLiteral("--format"), QStringLiteral("--content-type"), QStringLiteral("--listen"), QStringLiteral("-o"),
+    QStringLiteral("--output"), QStringLiteral("--duration"), QStringLiteral("--compression"),
+    QStringLiteral("--chunk-size"), QStringLiteral("--group"), QStringLiteral("--speed"), QStringLiteral("--streams"),
+    QStringLiteral("--bind"), QStringLiteral("--wait") };
+QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
+    QStringLiteral("-h"), QStringLiteral("--rate"), QStringLiteral("--version"), QStringLiteral("--rates"),
+    QStringLiteral("--once"), QStringLiteral("--loop") };
 
 } // namespace
 

@@ -4,8 +4,11 @@
 #include "graph.h"
 #include "guards.h"
 #include "identities.h"
+#include "mcapinfo.h"
 #include "pipelinerun.h"
+#include "play.h"
 #include "plugins.h"
+#include "record.h"
 #include "reply.h"
 #include "serve.h"
 #include "streamaddress.h"
@@ -310,6 +313,20 @@ std::vector<Command> makeCommands()
             "escaped) or raw (the data alone, for a pipe); --rate prints messages and bytes per second\n"
             "instead; --filter F (repeatable) takes only the types that begin with F.",
             2, 2, tap },
+        { "record", "-o FILE GROUP STREAM [GROUP STREAM ...]", "write what streams carry into an MCAP file",
+            "Until Ctrl-C, --duration S (seconds) or --count N (messages over all streams). --filter F\n"
+            "(repeatable) takes only the types that begin with F; --compression zstd compresses the chunks,\n"
+            "which close at --chunk-size bytes (default 1 MiB).\n"
+            "Ends with messages, bytes and gaps (jumps in a demo Generator's numbering). See README,\n"
+            "\"Recording and replay\".",
+            2, -1, record },
+        { "play", "FILE", "publish the streams of a recording again, registered under their names",
+            "Checks the whole file first. --group G registers them in G instead of their own groups;\n"
+            "--streams S,... plays only those; --speed X scales the recorded timing (0: as fast as possible);\n"
+            "--loop starts again at the end; --bind ADDR (default tcp://127.0.0.1:*); --wait N holds the first\n"
+            "message until each stream has N subscriptions. Deregisters at the end or on Ctrl-C.",
+            1, 1, play },
+        { "info", "FILE", "show a recording's channels, message counts, time span and size", "", 1, 1, mcapInfo, true },
         { "plugins", "[DIR]", "list the plug-ins beside zelhost (or in DIR) with their processor types", "", 0, 1,
             plugins, true },
     };
