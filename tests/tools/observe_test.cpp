@@ -192,22 +192,23 @@ TEST_F(Observe, GraphShowsTypesAndRatesOnEdges)
     EXPECT_THAT(edgeRates, testing::Each(testing::Gt(0)));
 }
 
-TEST_F(Observe, AProcessorThatDoesNotAnswerIsListedAsSuch)
+TEST_F(Observe, AProcessorThatDoesNotAnswerIsListedWithWhatTheHostKnows)
 {
     applyPipeline();
-    // An address ZeroMQ refuses ends the processor's thread; its group still lists it.
+    // An address ZeroMQ refuses ends the processor's thread; its group still lists it, and zelhost
+    // knows why it ended.
     ok({ "create", "demo", "broken", "demo.Relay", "--stream", "broken", "--stream-address", "tcp://127.0.0.1:*" });
     run({ "--force", "--timeout", "500", "connect", "demo", "broken", "numbers", "tcp://no-port" });
 
     QJsonObject whole;
     QHash<QString, QJsonObject> const rows = topRows(whole, { "--timeout", "300" });
     ASSERT_EQ(rows.size(), 4);
-    EXPECT_EQ(rows["broken"]["problem"].toString(), "no answer");
+    EXPECT_EQ(rows["broken"]["problem"].toString(), "ended by a failure: Invalid argument");
     EXPECT_FALSE(rows["broken"].contains("type"));
     EXPECT_EQ(rows["counter"]["type"].toString(), "demo.Counter");
     EXPECT_GT(rows["counter"]["inMsgPerSec"].toDouble(), 0);
-    EXPECT_THAT(ok({ "--timeout", "300", "top", "--once" }).out, HasSubstr("(no answer)"));
-    EXPECT_THAT(ok({ "--timeout", "300", "graph" }).out, HasSubstr("  broken  (no answer)"));
+    EXPECT_THAT(ok({ "--timeout", "300", "top", "--once" }).out, HasSubstr("(ended by a failure: Invalid argument)"));
+    EXPECT_THAT(ok({ "--timeout", "300", "graph" }).out, HasSubstr("  broken  (ended by a failure: Invalid argument)"));
 }
 
 TEST_F(Observe, TopRefusesWhatItCannotShow)
