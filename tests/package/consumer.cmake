@@ -3,6 +3,12 @@
 file(REMOVE_RECURSE ${WORK_DIR})
 include(${CMAKE_CURRENT_LIST_DIR}/step.cmake)
 step(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+foreach(doc doc/zel/README.md doc/zel/protocol.md zel/examples/pipelines/demo.json zel/examples/pipelines/web.json
+        zel/python/zelclient.py)
+  if(NOT EXISTS ${WORK_DIR}/prefix/share/${doc})
+    message(FATAL_ERROR "the prefix has no share/${doc}")
+  endif()
+endforeach()
 step(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
 step(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 step(${WORK_DIR}/build/zelconsumer)

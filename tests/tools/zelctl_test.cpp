@@ -254,7 +254,10 @@ TEST_F(Zelctl, EachKindOfMistakeHasItsExitCode)
     EXPECT_EQ(ok({ "processors", group }).out, "") << "nothing was sent";
 
     ok({ "create", group, "h", "HttpBridge" });
-    EXPECT_EQ(ok({ "params", group, "h" }).out, "") << "a processor without parameters";
+    // The bridge has no parameters, and says so with an Error.
+    Result const params = run({ "params", group, "h" });
+    EXPECT_EQ(params.exitCode, 1) << params;
+    EXPECT_EQ(params.err, "zelctl: Error: Cannot get list of parameters\n");
     // Forced, an address the bridge cannot connect to ends it without a reply, and zelctl says so.
     Result const forced = run({ "--timeout", "500", "connect", group, "h", "s", "tcp://*:5555", "--force" });
     EXPECT_EQ(forced.exitCode, 3) << forced;

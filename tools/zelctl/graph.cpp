@@ -113,6 +113,10 @@ int graph(Invocation& call)
     Outcome const outcome = Topology::query(call.client, topology, failed);
     if (outcome != Outcome::Success)
         return conclude(call, Identities::manager(), outcome, failed, printNothing);
+    if (topology.groups.isEmpty()) {
+        err(QStringLiteral("no groups"));
+        return ExitSuccess;
+    }
     QString const text = format == QLatin1String("dot") ? dot(topology) : tree(topology);
     if (!text.isEmpty())
         out(text);

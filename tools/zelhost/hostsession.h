@@ -17,8 +17,6 @@ public:
     bool start();
     QString const& frontendAddress() const { return address; }
     QString const& failureReason() const { return reason; }
-    // Set when the configuration looks mistyped; the start goes on regardless.
-    QString const& configurationWarning() const { return warning; }
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
     void stop();
 
@@ -29,7 +27,6 @@ private:
     QString name;
     QString address;
     QString reason;
-    QString warning;
     QLibrary module;
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;
