@@ -13,4 +13,8 @@ step(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=
 step(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 step(${WORK_DIR}/build/zelconsumer)
 step(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${WORK_DIR}/prefix/lib/pkgconfig pkg-config --cflags --libs zel)
+# The embedding example finds the demo plug-in in the prefix's plug-in folder.
+step(${CMAKE_COMMAND} -S ${SOURCE_DIR}/../embedding -B ${WORK_DIR}/embedding -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+step(${CMAKE_COMMAND} --build ${WORK_DIR}/embedding)
+step(${WORK_DIR}/embedding/zelembedding)
 step(bash ${CMAKE_CURRENT_LIST_DIR}/hostplugin.sh ${WORK_DIR}/prefix ${WORK_DIR}/build)
