@@ -268,11 +268,11 @@ TEST_F(Zelctl, EachKindOfMistakeHasItsExitCode)
     EXPECT_EQ(noAddress.exitCode, 2) << noAddress;
     EXPECT_THAT(noAddress.err, HasSubstr("no address: give --address or set ZEL_ADDRESS"));
     QString const nobody = zeltest::freeLoopbackAddress();
-    Result const silent = zeltest::runZelctl({ "--address", nobody, "--timeout", "200", "groups" }, QString());
+    Result const silent = zeltest::runZelctl({ "--address", nobody, "--timeout", "1500", "groups" }, QString());
     EXPECT_EQ(silent.exitCode, 3) << silent;
     EXPECT_EQ(silent.err, "zelctl: zelhost at " + nobody.toStdString() + " does not answer: is it running?\n");
-    // The unanswered request must not hold up the exit.
-    EXPECT_LT(silent.took, 3s);
+    // Within one time-out: neither a second question nor the unanswered request holds up the exit.
+    EXPECT_LT(silent.took, 2500ms);
 }
 
 TEST(ZelctlPlugins, ListsTheBridgesAndTheFilesBesideZelhost)
