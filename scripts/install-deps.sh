@@ -11,6 +11,7 @@ packages=(
   libgtest-dev libgmock-dev
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
+  systemd # systemd-analyze, for the check of the unit
   python3-zmq python3-pytest
 )
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)

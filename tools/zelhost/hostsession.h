@@ -1,10 +1,16 @@
 #pragma once
 
+#include "failureservice.h"
+
 #include <zel/loadinterface.h>
+#include <zel/servicefailure.h>
+#include <zel/zmqcontrollablethread.h>
 
 #include <QLibrary>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 // One run of the module in this host: load it, create the instance, execute, and later stop it.
 class HostSession
@@ -17,12 +23,15 @@ public:
     bool start();
     QString const& frontendAddress() const { return address; }
     QString const& failureReason() const { return reason; }
+    // The router or the group manager, when one has ended by a failure while the environment runs.
+    std::optional<zel::ServiceFailure> serviceFailure() const;
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
     void stop();
 
 private:
     bool load();
     bool execute();
+    bool startFailureService();
 
     QString name;
     QString address;
@@ -31,4 +40,6 @@ private:
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;
     zel::IDllInstance* instance = nullptr;
+    // Runs while the environment does; stopped before it.
+    std::unique_ptr<zel::ZmqControllableThread<FailureService>> failureService;
 };
