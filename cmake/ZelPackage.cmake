@@ -34,6 +34,13 @@ install(CODE "
   file(INSTALL \${zel_unit} DESTINATION \"\${CMAKE_INSTALL_PREFIX}/lib/systemd/system\")
 ")
 
+# What a user of the prefix reads: the README and the protocol beside the other packages' docs, the
+# example pipelines and the Python client in ZEL's own share folder.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/docs/protocol.md
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/pipelines DESTINATION ${CMAKE_INSTALL_DATADIR}/zel/examples)
+install(FILES ${PROJECT_SOURCE_DIR}/clients/python/zelclient.py DESTINATION ${CMAKE_INSTALL_DATADIR}/zel/python)
+
 # Installing and packaging take the tree as built (make build first): without the check of every
 # target's AUTOMOC state, cpack takes seconds, not a minute.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)

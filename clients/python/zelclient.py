@@ -69,6 +69,14 @@ class ZelError(Exception):
         self.reply = reply
 
 
+class NoSuchTarget(LookupError):
+    """No group or processor of that name: the router dropped the request without a word."""
+
+
+class NotAnswering(TimeoutError):
+    """The zelhost, a group, its name service or a processor did not answer within the time-out."""
+
+
 def _text(parent, tag, value):
     ET.SubElement(parent, tag).text = value
 
@@ -201,8 +209,37 @@ class ZelClient:
         return frames[-1]
 
     def request(self, identity, message_type, **fields):
-        """The reply as a dict, whatever its ResultType."""
-        return decode(self.exchange(identity, encode(message_type, **fields)))
+        """The reply as a dict, whatever its ResultType. Without an answer, NoSuchTarget when the
+        group or processor does not exist, else NotAnswering; each says what is missing."""
+        try:
+            return decode(self.exchange(identity, encode(message_type, **fields)))
+        except TimeoutError:
+            raise self._diagnosis(identity) from None
+
+    def _listed(self, identity, message_type):
+        """The names a service lists, or None when it does not answer either."""
+        try:
+            return _names(decode(self.exchange(identity, encode(message_type))))
+        except TimeoutError:
+            return None
+
+    def _diagnosis(self, identity):
+        """Why `identity` did not answer, found by asking the manager and the group what exists."""
+        host = f"zelhost at {self.address}"
+        groups = None if identity == manager_identity() else self._listed(manager_identity(), "QueryGroups")
+        if groups is None:
+            return NotAnswering(f"{host} does not answer: is it running?")
+        group, _, processor = identity[len(PREFIX) + 1:].partition("/")
+        if group not in groups:
+            return NoSuchTarget(f"no group '{group}' ({host} answers; groups: {', '.join(groups) or 'none'})")
+        if processor in ("", "nameservice"):
+            return NotAnswering(f"group '{group}' does not answer ({host} answers)")
+        processors = self._listed(group_identity(group), "QueryProcessors")
+        if processors is None:
+            return NotAnswering(f"group '{group}' does not answer ({host} answers)")
+        if processor not in processors:
+            return NoSuchTarget(f"no processor '{processor}' in group '{group}'")
+        return NotAnswering(f"processor '{processor}' in group '{group}' does not answer: busy, or ended by a failure")
 
     def call(self, identity, message_type, **fields):
         """The reply as a dict; ZelError unless it is Success."""

@@ -8,7 +8,8 @@ import time
 
 import pytest
 
-from zelclient import Stream, ZelClient, ZelError, decode, encode, group_identity, manager_identity
+from zelclient import (NoSuchTarget, NotAnswering, Stream, ZelClient, ZelError, decode, encode, group_identity,
+                       manager_identity)
 
 
 @pytest.fixture(scope="module")
@@ -81,3 +82,23 @@ def test_records_keep_every_field_through_encode_and_decode():
     assert record["Processor"]["streams"] == [stream]
     assert (record["StreamAddresses"], record["MessageFilter"]) == (["x", ""], ["f"])
     assert (record["ParameterName"], record["ResultType"]) == ("", "Warning")
+
+
+def test_silence_is_told_apart_as_zelctl_tells_it(zel):
+    with ZelClient(zel.address, timeout_ms=300) as client:
+        with pytest.raises(NoSuchTarget, match=r"^no group 'nosuch' \(zelhost at .* answers; groups: none\)$"):
+            client.processors("nosuch")
+        client.create_group("g")
+        try:
+            with pytest.raises(NoSuchTarget, match=r"^no processor 'p' in group 'g'$"):
+                client.parameters("g", "p")
+        finally:
+            client.delete_group("g")
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        nobody = "tcp://127.0.0.1:%d" % probe.getsockname()[1]
+    with ZelClient(nobody, timeout_ms=300) as client:
+        started = time.monotonic()
+        with pytest.raises(NotAnswering, match="does not answer: is it running"):
+            client.groups()
+        assert time.monotonic() - started < 0.6, "one time-out, not two"

@@ -34,8 +34,7 @@ public:
 
     zel::ProcessorBase* createProcessor(zel::ProcessorInfo const& info) override
     {
-        QString const type = QString::fromStdString(info.processorType);
-        if (type != QLatin1String("Echo") && type != QLatin1String("hello.Echo"))
+        if (bareType(info.processorType) != QLatin1String("Echo"))
             return nullptr;
         return new Echo(info.configuration, info.processorName, info.groupName, info.addressPrefix);
     }

@@ -17,10 +17,7 @@ QStringList BasePlugin::getProcessorTypes() const { return processorTypes; }
 
 ProcessorBase* BasePlugin::createProcessor(ProcessorInfo const& info)
 {
-    QString type = QString::fromStdString(info.processorType);
-    int const dot = type.indexOf(QLatin1Char('.'));
-    if (dot >= 0)
-        type = type.mid(dot + 1);
+    QString const type = bareType(info.processorType);
     if (type == QtBridge::getProcessorType())
         return new QtBridge(info.configuration, info.processorName, info.groupName, info.addressPrefix);
     if (type == HttpBridge::getProcessorType())

@@ -63,6 +63,8 @@ Plugin* PluginManager::getPlugin(QString const& processorType) const
     return plugin ? plugin : loadPlugin(name);
 }
 
+QStringList PluginManager::searchFolders() { return pluginFolders(); }
+
 QList<Plugin*> const PluginManager::getPlugins() const
 {
     std::lock_guard<std::mutex> lock(mutex);

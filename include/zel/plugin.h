@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+
 // The interface id a plug-in file must declare; a file without it is refused when loaded.
 #define ZEL_PLUGIN_IID "Tarvo.ZELPlugins"
 
@@ -33,6 +35,10 @@ public:
     virtual QStringList getProcessorTypes() const = 0;
     // A new processor the caller owns, or null for a type it does not make.
     virtual ProcessorBase* createProcessor(ProcessorInfo const& info);
+
+    // A processor type reaches createProcessor bare ("Relay") or behind the name it was asked for
+    // by ("demo.Relay", the name of the plug-in's file); this gives it bare either way.
+    static QString bareType(std::string const& processorType);
 };
 
 } // namespace zel

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <mutex>
 
@@ -37,6 +38,9 @@ public:
     // A new processor the caller owns, or null when no plug-in makes the type. A processor
     // constructor's exception passes through.
     ProcessorBase* createProcessor(ProcessorInfo const& info) const;
+    // The folders a dotted type's file is looked for in, in that order, so that tools show what a
+    // host would load.
+    static QStringList searchFolders();
 
 private:
     // Both with the lock held.

@@ -35,6 +35,10 @@ protected:
     // Set and clear the run flag; what it means is the derived class's affair.
     bool start(QString const& streamName) override;
     bool stop(QString const& streamName) override;
+    // These four do nothing and return false: a processor that does not override one answers its
+    // request with Error (for the list, "Cannot get list of parameters"). An override lists or
+    // handles its own parameters, returns true (an empty list is a success), and does not call
+    // these: their false would make the whole answer an Error.
     bool setParameter(QString const& name, QString const& value) override;
     bool getParameter(QString const& name, QString& value) override;
     bool getParameterList(QStringList& names) override;

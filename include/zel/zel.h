@@ -54,6 +54,7 @@
 #include <zel/sockettraits.h>
 #include <zel/streaminput.h>
 #include <zel/streamprocessor.h>
+#include <zel/systemcontrol.h>
 #include <zel/threaderror.h>
 #include <zel/zelmsg/controlmessage.h>
 #include <zel/zelmsg/datasource.h>

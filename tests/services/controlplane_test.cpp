@@ -347,6 +347,13 @@ TEST(PluginManagerTest, RegistersNewNamesOnlyFindsBareTypesExactlyAndLoadsFilesB
     EXPECT_EQ(manager.getPlugins().size(), 5);
 }
 
+TEST(PluginTest, BareTypeDropsTheNameBeforeTheFirstDot)
+{
+    for (auto const& [type, bare] : { std::pair { "Relay", "Relay" }, { "demo.Relay", "Relay" },
+             { "aliasplugin.Store", "Store" }, { "a.b.C", "b.C" }, { "", "" } })
+        EXPECT_EQ(zel::Plugin::bareType(type), QString::fromLatin1(bare)) << type;
+}
+
 TEST(PluginManagerTest, SearchesTheApplicationFolderThenZelPluginPathThenTheInstalledFolder)
 {
     QString const farFolder = QStringLiteral(ZEL_FAR_PLUGIN_DIR);

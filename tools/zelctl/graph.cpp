@@ -28,6 +28,10 @@ int graph(Invocation& call)
     }
     if (outcome != Outcome::Success)
         return conclude(call, Identities::manager(), outcome, failed, printNothing);
+    if (observation.topology.groups.isEmpty()) {
+        err(QStringLiteral("no groups"));
+        return ExitSuccess;
+    }
     ObservedRates const* const shown = rates ? &*rates : nullptr;
     QString const text = format == QLatin1String("dot") ? graphDot(observation, shown) : graphTree(observation, shown);
     if (!text.isEmpty())

@@ -1,5 +1,6 @@
 #include "guards.h"
 
+#include "endpointcheck.h"
 #include "identities.h"
 
 #include <QUrl>
@@ -22,40 +23,6 @@ bool refuse(QString const& why)
 }
 
 bool forced(Invocation& call) { return call.line.has(QStringLiteral("--force")); }
-
-bool isPort(QString const& text, bool wildcard)
-{
-    if (wildcard && text == QLatin1String("*"))
-        return true;
-    bool ok = false;
-    int const port = text.toInt(&ok);
-    return ok && text.size() <= 5 && port >= (wildcard ? 0 : 1) && port <= 65535 && text[0].isDigit();
-}
-
-// Why `address` is no ZeroMQ endpoint for a bind (`bind`) or a connect; empty when it is one.
-QString endpointProblem(QString const& address, bool bind)
-{
-    for (char const* scheme : { "ipc://", "inproc://" }) {
-        if (address.startsWith(QLatin1String(scheme)))
-            return address.size() > int(qstrlen(scheme)) ? QString()
-                                                         : QStringLiteral("the name after %1 is missing").arg(scheme);
-    }
-    QString const tcp = QStringLiteral("tcp://");
-    if (!address.startsWith(tcp))
-        return QStringLiteral("it is none of tcp://HOST:PORT%1, ipc://PATH, inproc://NAME")
-            .arg(bind ? QStringLiteral(" (or :*)") : QString());
-    QString const rest = address.mid(tcp.size());
-    int const colon = rest.lastIndexOf(QLatin1Char(':'));
-    if (colon < 0)
-        return QStringLiteral("the port is missing");
-    QString const host = rest.left(colon);
-    if (host.isEmpty() || host.contains(QLatin1Char(' ')) || (!bind && host == QLatin1String("*")))
-        return QStringLiteral("the host is missing or not one to connect to");
-    if (!isPort(rest.mid(colon + 1), bind))
-        return bind ? QStringLiteral("the port must be a number up to 65535, or *")
-                    : QStringLiteral("the port must be a number from 1 to 65535");
-    return {};
-}
 
 // Why `address` is no target of an HttpBridge; empty when it is one.
 QString urlProblem(QString const& address)

@@ -4,6 +4,7 @@
 
 #include "commandline.h"
 #include "commands.h"
+#include "endpointcheck.h"
 
 #include <zel/endpoints.h>
 #include <zel/version.h>
@@ -77,6 +78,9 @@ int main(int argc, char** argv)
     QString const address = line.value(QStringLiteral("--address"), qEnvironmentVariable("ZEL_ADDRESS"));
     if (address.isEmpty() && !command->local)
         return usageError(QStringLiteral("no address: give --address or set ZEL_ADDRESS"));
+    QString const addressProblem = command->local ? QString() : endpointProblem(address, false);
+    if (!addressProblem.isEmpty() && !line.has(QStringLiteral("--force")))
+        return usageError(QStringLiteral("'%1' is not an address to connect to: %2").arg(address, addressProblem));
     bool ok = true;
     int const timeout = line.has(QStringLiteral("--timeout")) ? line.value(QStringLiteral("--timeout")).toInt(&ok)
                                                               : zel::socketDefaultTimeout;

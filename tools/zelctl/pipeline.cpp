@@ -183,6 +183,14 @@ void resolveTakeHosts(Pipeline& pipeline)
     }
 }
 
+// A bridge's stream names the message type it passes on, not an output of its own: a bridge taking
+// the stream whose type it posts is no loop.
+bool isBridge(QString const& type)
+{
+    QString const bare = type.section(QLatin1Char('.'), -1);
+    return bare == QLatin1String("HttpBridge") || bare == QLatin1String("QtBridge");
+}
+
 // Depth first over the producers of each processor's inputs; a loop is an error.
 void orderSteps(Pipeline& pipeline)
 {
@@ -190,7 +198,7 @@ void orderSteps(Pipeline& pipeline)
     std::map<std::tuple<QString, QString, QString>, std::size_t> producers; // host, group, stream
     for (PipelineGroup const& g : pipeline.groups) {
         for (PipelineProcessor const& p : g.processors) {
-            if (!p.stream.isEmpty())
+            if (!p.stream.isEmpty() && !isBridge(p.type))
                 producers[{ g.host, g.name, p.stream }] = steps.size();
             steps.push_back({ &g, &p });
         }

@@ -1,6 +1,7 @@
 #include "pipelinerun.h"
 
 #include "identities.h"
+#include "socketbudget.h"
 #include "streamaddress.h"
 
 #include <zel/controlmessagehelper.h>
@@ -47,6 +48,13 @@ int runFile(Invocation& call, int (PipelineRun::*what)())
         std::fprintf(stderr, "zelctl: %s\n", qPrintable(error));
         return ExitUsage;
     }
+    // Past the socket limit, a create fails half way through the file; better to say so before.
+    QStringList const crossings = what == &PipelineRun::apply ? SocketBudget::crossings(*pipeline) : QStringList();
+    for (QString const& crossing : crossings)
+        std::fprintf(stderr, "zelctl: %s: %s%s\n", qPrintable(call.args[0]), qPrintable(crossing),
+            call.line.has(QStringLiteral("--force")) ? "" : " (--force applies it anyway)");
+    if (!crossings.isEmpty() && !call.line.has(QStringLiteral("--force")))
+        return ExitUsage;
     PipelineRun run(*pipeline, call.client);
     return (run.*what)();
 }

@@ -3,8 +3,8 @@
 #include "reply.h"
 
 #include <zel/baseplugin.h>
+#include <zel/pluginmanager.h>
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QPluginLoader>
@@ -12,40 +12,71 @@
 namespace {
 
 // A plug-in's name and its types as a user writes them in create.
-void list(zel::Plugin const& plugin, QString const& where, QString const& typePrefix)
+void list(PluginEntry const& plugin)
 {
-    out(plugin.getName() + QStringLiteral("  ") + where);
-    for (QString const& type : plugin.getProcessorTypes())
+    out(plugin.name + QStringLiteral("  ") + (plugin.path.isEmpty() ? QStringLiteral("(built in)") : plugin.path));
+    QString const typePrefix = plugin.path.isEmpty() ? QString() : plugin.name + QLatin1Char('.');
+    for (QString const& type : plugin.types)
         out(QStringLiteral("  ") + typePrefix + type);
+}
+
+// The file zelhost loads the plug-in `name` from: the first one named after it.
+QString pathOf(QVector<PluginEntry> const& entries, QString const& name)
+{
+    for (PluginEntry const& entry : entries) {
+        if (!entry.path.isEmpty() && entry.name == name && QFileInfo(entry.path).completeBaseName() == name)
+            return entry.path;
+    }
+    return {};
 }
 
 } // namespace
 
+QString loadedFile(QVector<PluginEntry> const& entries, QString const& name) { return pathOf(entries, name); }
+
+QVector<PluginEntry> findPlugins(QStringList const& folders, QStringList& problems)
+{
+    zel::BasePlugin const base;
+    QVector<PluginEntry> entries { { base.getName(), QString(), base.getProcessorTypes() } };
+    for (QString const& folder : folders) {
+        for (QFileInfo const& file : QDir(folder).entryInfoList({ QStringLiteral("*.dll") }, QDir::Files, QDir::Name)) {
+            QPluginLoader loader(file.absoluteFilePath());
+            auto const* plugin = qobject_cast<zel::Plugin*>(loader.instance());
+            if (!plugin) {
+                problems << QStringLiteral("%1 is no ZEL plug-in: %2").arg(file.fileName(), loader.errorString());
+                continue;
+            }
+            entries.push_back({ plugin->getName(), file.absoluteFilePath(), plugin->getProcessorTypes() });
+        }
+    }
+    return entries;
+}
+
 int plugins(Invocation& call)
 {
-    // zelhost loads "NAME.dll" from its own folder, and zelctl is installed beside it.
-    QString const folder = call.args.value(0, QCoreApplication::applicationDirPath());
-    QDir const dir(folder);
-    if (!dir.exists()) {
-        err(QStringLiteral("no folder %1").arg(folder));
+    // Without a folder: every folder zelhost searches, in its order (zelctl is installed beside it).
+    QStringList const folders
+        = call.args.isEmpty() ? zel::PluginManager::searchFolders() : QStringList { call.args.first() };
+    if (!call.args.isEmpty() && !QDir(folders.first()).exists()) {
+        err(QStringLiteral("no folder %1").arg(folders.first()));
         return ExitUsage;
     }
-    zel::BasePlugin const base;
-    list(base, QStringLiteral("(built in)"), QString());
-    int result = ExitSuccess;
-    for (QFileInfo const& file : dir.entryInfoList({ QStringLiteral("*.dll") }, QDir::Files, QDir::Name)) {
-        QPluginLoader loader(file.absoluteFilePath());
-        auto const* plugin = qobject_cast<zel::Plugin*>(loader.instance());
-        if (!plugin) {
-            err(QStringLiteral("%1 is no ZEL plug-in: %2").arg(file.fileName(), loader.errorString()));
-            result = ExitFailure;
+    QStringList problems;
+    QVector<PluginEntry> const entries = findPlugins(folders, problems);
+    for (QString const& problem : problems)
+        err(problem);
+    // Files zelhost passes over are worth a note, not a failure.
+    for (PluginEntry const& entry : entries) {
+        list(entry);
+        if (entry.path.isEmpty())
             continue;
-        }
-        list(*plugin, file.absoluteFilePath(), plugin->getName() + QLatin1Char('.'));
-        // zelhost finds a plug-in by the file named after it; any other file is never loaded.
-        if (plugin->getName() != file.completeBaseName())
+        // zelhost finds a plug-in by the file named after it, in the first folder that has one.
+        QFileInfo const file(entry.path);
+        if (entry.name != file.completeBaseName())
             err(QStringLiteral("%1 holds the plug-in %2: zelhost looks for it in %2.dll")
-                    .arg(file.fileName(), plugin->getName()));
+                    .arg(file.fileName(), entry.name));
+        else if (pathOf(entries, entry.name) != entry.path)
+            err(QStringLiteral("%1 is never loaded: %2 comes first").arg(entry.path, pathOf(entries, entry.name)));
     }
-    return result;
+    return problems.isEmpty() ? ExitSuccess : ExitFailure;
 }

@@ -9,6 +9,26 @@ void err(QString const& text) { std::fprintf(stderr, "zelctl: %s\n", qPrintable(
 
 void printNothing(zelmsg::ControlMessage const&) { }
 
+namespace {
+
+// A processor's thread wraps the failure that ended it; the wrapper's last layer ends in this.
+QString const threadWrapper = QStringLiteral("ControllableThread::run() failed: ");
+
+// The failure inside the thread wrapper of `text`, without the quote and stop the wrapping text
+// closes with; empty when `text` wraps nothing.
+QString wrappedReason(QString const& text)
+{
+    int const at = text.lastIndexOf(threadWrapper);
+    if (at < 0)
+        return {};
+    QString reason = text.mid(at + threadWrapper.size());
+    if (reason.endsWith(QLatin1String("'.")))
+        reason.chop(2);
+    return reason;
+}
+
+} // namespace
+
 int conclude(Invocation& call, std::string const& identity, Outcome outcome, zelmsg::ControlMessage const& record,
     Printer const& print)
 {
@@ -22,6 +42,8 @@ int conclude(Invocation& call, std::string const& identity, Outcome outcome, zel
         QString const type = record.GetResultTypeAsString() + QStringLiteral(": ");
         QString const text = record.GetMessageText();
         err(text.startsWith(type) ? text : type + text);
+        if (QString const reason = wrappedReason(text); !reason.isEmpty())
+            err(QStringLiteral("reason: ") + reason);
         return ExitFailure;
     }
     case Outcome::Success:

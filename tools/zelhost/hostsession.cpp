@@ -1,5 +1,7 @@
 #include "hostsession.h"
 
+#include "endpointcheck.h"
+
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
 #include <zel/environmentdll.h>
@@ -31,9 +33,9 @@ QStringList moduleCandidates()
 
 QString const addressKey = QStringLiteral("EnvironmentAddress");
 
-// A configuration with keys but none of ours is most likely a typo, which would silently give the
-// in-process default address.
-QString unknownKeysWarning(ICfg const& cfg, QString const& name)
+// A configuration with keys but none of ours is most likely a typo, which would start on the
+// in-process default address that nothing outside can reach. An empty one keeps the default.
+QString unknownKeysProblem(ICfg const& cfg, QString const& name)
 {
     QStringList const keys = cfg.GetKeys();
     if (keys.isEmpty() || keys.contains(addressKey))
@@ -133,7 +135,13 @@ bool HostSession::execute()
         return false;
     }
     address = cfg->GetValue(addressKey, defaultFrontendAddress, 0);
-    warning = unknownKeysWarning(*cfg, name);
+    QString const addressProblem = endpointProblem(address, true);
+    if (!addressProblem.isEmpty())
+        reason = QStringLiteral("%1 '%2' is refused: %3").arg(addressKey, address, addressProblem);
+    else
+        reason = unknownKeysProblem(*cfg, name);
+    if (!reason.isEmpty())
+        return false;
     std::wstring const wideName = name.toStdWString();
     instance = create(wideName.c_str());
     if (!instance) {

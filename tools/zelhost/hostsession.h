@@ -23,8 +23,6 @@ public:
     bool start();
     QString const& frontendAddress() const { return address; }
     QString const& failureReason() const { return reason; }
-    // Set when the configuration looks mistyped; the start goes on regardless.
-    QString const& configurationWarning() const { return warning; }
     // The router or the group manager, when one has ended by a failure while the environment runs.
     std::optional<zel::ServiceFailure> serviceFailure() const;
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
@@ -38,7 +36,6 @@ private:
     QString name;
     QString address;
     QString reason;
-    QString warning;
     QLibrary module;
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;

@@ -101,8 +101,6 @@ int main(int argc, char** argv)
     }
     HostSession session(args.size() == 2 ? args[1] : QStringLiteral("zel"));
     bool const started = session.start();
-    if (!session.configurationWarning().isEmpty())
-        std::fprintf(stderr, "zelhost: warning: %s\n", qPrintable(session.configurationWarning()));
     if (!started) {
         std::fprintf(stderr, "zelhost: the environment did not start: %s\n", qPrintable(session.failureReason()));
         session.stop();

@@ -10,13 +10,6 @@ namespace demo {
 
 namespace {
 
-// The type without the plug-in's name before it.
-QString shortType(std::string const& processorType)
-{
-    QString const type = QString::fromStdString(processorType);
-    return type.mid(type.indexOf(QLatin1Char('.')) + 1);
-}
-
 template <class P> zel::ProcessorBase* make(zel::ProcessorInfo const& info)
 {
     return new P(info.configuration, info.processorName, info.groupName, info.addressPrefix);
@@ -33,7 +26,7 @@ QStringList DemoPlugin::getProcessorTypes() const
 
 zel::ProcessorBase* DemoPlugin::createProcessor(zel::ProcessorInfo const& info)
 {
-    QString const type = shortType(info.processorType);
+    QString const type = bareType(info.processorType);
     if (type == QLatin1String("Generator"))
         return make<Generator>(info);
     if (type == QLatin1String("Relay"))
