@@ -11,6 +11,7 @@ packages=(
   libgtest-dev libgmock-dev
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
+  tcpdump # what crosses the multihost test's link
   python3-zmq python3-pytest
 )
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)

@@ -6,7 +6,8 @@ namespace {
 QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("--timeout"), QStringLiteral("--stream"),
     QStringLiteral("--stream-address"), QStringLiteral("--config"), QStringLiteral("--filter"),
     QStringLiteral("--stream-host"), QStringLiteral("--stream-group"), QStringLiteral("--count"),
-    QStringLiteral("--format"), QStringLiteral("--content-type") };
+    QStringLiteral("--format"), QStringLiteral("--content-type"), QStringLiteral("--key"),
+    QStringLiteral("--server-key") };
 QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
     QStringLiteral("-h"), QStringLiteral("--rate"), QStringLiteral("--version") };
 

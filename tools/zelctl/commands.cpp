@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "clientkeys.h"
 #include "diagnosis.h"
 #include "graph.h"
 #include "guards.h"
@@ -294,6 +295,11 @@ std::vector<Command> makeCommands()
             "escaped) or raw (the data alone, for a pipe); --rate prints messages and bytes per second\n"
             "instead; --filter F (repeatable) takes only the types that begin with F.",
             2, 2, tap },
+        { "keygen", "NAME", "write a new key pair: NAME.key (secret, owner only) and NAME.pub",
+            "The files hold one key each in Z85 text, as libzmq reads it. Give NAME.pub to the zelhosts that are\n"
+            "to let this client in (their AuthorizedKeysFolder); use NAME.key with --key, or as a zelhost's\n"
+            "ServerKeyFile, whose NAME.pub its clients then give as --server-key.",
+            1, 1, [](Invocation& c) { return clientkeys::keygen(c.args[0]); }, true },
         { "plugins", "[DIR]", "list the plug-ins beside zelhost (or in DIR) with their processor types", "", 0, 1,
             plugins, true },
     };

@@ -1,10 +1,12 @@
 #include "diagnosis.h"
 
+#include "handshakeprobe.h"
 #include "identities.h"
 #include "invocation.h"
 
 #include <zel/controlmessagehelper.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -59,7 +61,7 @@ int diagnoseSilence(SystemClient& client, std::string const& identity)
     std::optional<QStringList> const groups
         = listed(client, manager, ControlMessageHelper::makeQueryProcessorGroupsMessage());
     if (!groups)
-        return say(ExitTimeout, QStringLiteral("zelhost at %1 does not answer: is it running?").arg(address));
+        return say(ExitTimeout, silenceReason(client.address(), std::min(client.timeout(), 2000)));
     QString const name = QString::fromStdString(identity);
     if (identity == manager)
         return say(ExitTimeout,

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QDir>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -33,8 +34,10 @@ QString const addressKey = QStringLiteral("EnvironmentAddress");
 // in-process default address.
 QString unknownKeysWarning(ICfg const& cfg, QString const& name)
 {
+    QStringList const known { addressKey, HostSecurity::serverKeyFileKey, HostSecurity::authorizedKeysFolderKey };
     QStringList const keys = cfg.GetKeys();
-    if (keys.isEmpty() || keys.contains(addressKey))
+    if (keys.isEmpty()
+        || std::any_of(keys.begin(), keys.end(), [&](QString const& key) { return known.contains(key); }))
         return {};
     return QStringLiteral("%1.ini has no key zelhost knows (%2); unknown: %3")
         .arg(name, addressKey, keys.join(QStringLiteral(", ")));
@@ -124,14 +127,16 @@ bool HostSession::load()
 
 bool HostSession::execute()
 {
+    QString const configFolder = qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath());
     std::unique_ptr<ICfg> const cfg(CfgCenter::CreateCfg(name, ICfg::Application, QString()));
     if (!cfg) {
-        reason = QStringLiteral("no configuration %1.ini in %2")
-                     .arg(name, qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath()));
+        reason = QStringLiteral("no configuration %1.ini in %2").arg(name, configFolder);
         return false;
     }
     address = cfg->GetValue(addressKey, defaultFrontendAddress, 0);
     warning = unknownKeysWarning(*cfg, name);
+    if (!security.start(*cfg, configFolder, reason))
+        return false;
     std::wstring const wideName = name.toStdWString();
     instance = create(wideName.c_str());
     if (!instance) {
@@ -155,5 +160,6 @@ void HostSession::stop()
         destroy(instance);
         instance = nullptr;
     }
+    security.stop();
     IAbstractTerminationTarget::terminateAll();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hostsecurity.h"
+
 #include <zel/loadinterface.h>
 
 #include <QLibrary>
@@ -19,6 +21,8 @@ public:
     QString const& failureReason() const { return reason; }
     // Set when the configuration looks mistyped; the start goes on regardless.
     QString const& configurationWarning() const { return warning; }
+    // Empty unless the configuration turns CURVE on.
+    QString const& publicKey() const { return security.publicKey(); }
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
     void stop();
 
@@ -34,4 +38,5 @@ private:
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;
     zel::IDllInstance* instance = nullptr;
+    HostSecurity security; // on before the environment starts, off after it has stopped
 };
