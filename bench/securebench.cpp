@@ -5,17 +5,15 @@
 // Stream figures are messages per second received over windows of 100 ms, and the best window's;
 // the cases of one size run side by side, twice, so a change of load between them counts less.
 
-#include <zel/context.h>
+#include "demoflow.h"
+
 #include <zel/controlmessagehelper.h>
 #include <zel/curvekeys.h>
 #include <zel/curvesecurity.h>
 #include <zel/endpoints.h>
 #include <zel/environment.h>
-#include <zel/requestclienttemplate.h>
-#include <zel/socketreader.h>
 #include <zel/zaphandler.h>
 #include <zel/zmqcontrollablethread.h>
-#include <zel/zmqcontrolsockettemplate.h>
 
 #include <benchmark/benchmark.h>
 
@@ -34,8 +32,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Helper = zel::ControlMessageHelper;
-using Client = zel::RequestClientTemplate<zmq::socket_t, zel::ZmqControlSocketTemplate<zel::ST>, zel::SocketReader>;
 using namespace std::chrono_literals;
 
 constexpr auto window = 100ms;
@@ -66,7 +62,7 @@ struct System
         if (secure)
             security.emplace();
         environment = std::make_unique<zel::Environment>("tcp://127.0.0.1:*");
-        client = std::make_unique<Client>(environment->getRouterFrontendAddress(), true, 10000);
+        client = std::make_unique<DemoFlow::Client>(environment->getRouterFrontendAddress(), true, 10000);
     }
     ~System()
     {
@@ -74,19 +70,10 @@ struct System
         environment.reset();
     }
 
-    zelmsg::ControlMessage request(std::string const& identity, zelmsg::ControlMessage record)
-    {
-        if (!client->request(identity, record))
-            throw std::runtime_error(identity + ": " + record.GetMessageText().toStdString());
-        return record;
-    }
-
     std::optional<Secured> security; // first on, last off
     std::unique_ptr<zel::Environment> environment;
-    std::unique_ptr<Client> client;
+    std::unique_ptr<DemoFlow::Client> client;
 };
-
-std::string const& prefix() { return zel::internalAddressPrefixDefault; }
 
 // Best windows by size, plain and secured.
 std::map<int, double> bestPlain;
@@ -96,47 +83,16 @@ void streamFlow(benchmark::State& state, int size, bool secure)
 {
     try {
         System system(secure);
-        std::string const groupId = zel::Endpoints::getGroupEndpoint("bench", prefix());
-        std::string const gen = zel::Endpoints::getProcessorEndpoint("bench", "gen", prefix());
-        std::string const counter = zel::Endpoints::getProcessorEndpoint("bench", "counter", prefix());
-        system.request(
-            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeCreateProcessorGroupMessage("bench"));
-        system.request(groupId,
-            Helper::makeCreateProcessorMessage(
-                "demo.Generator", "gen", Helper::makeProcessorConfig("numbers", "tcp://127.0.0.1:*")));
-        system.request(groupId,
-            Helper::makeCreateProcessorMessage(
-                "demo.Counter", "counter", Helper::makeProcessorConfig("counted", "inproc://securebench-counted")));
-        system.request(counter, Helper::makeSetParameterMessage("batch", "64"));
-        system.request(gen, Helper::makeStopStreamMessage(""));
-        system.request(gen, Helper::makeSetParameterMessage("size", std::to_string(size)));
-        system.request(gen, Helper::makeSetParameterMessage("rate", "0"));
-        std::string const bound = system.request(gen, Helper::makeQueryStreamsMessage())
-                                      .GetDataStream()
-                                      .first()
-                                      .GetAddress()
-                                      .first()
-                                      .toStdString();
-        system.request(counter, Helper::makeConnectStreamMessage("in", bound, std::vector<std::string>()));
-        system.request(gen, Helper::makeStartStreamMessage(""));
-        auto count = [&] {
-            return system.request(counter, Helper::makeGetParameterMessage("count")).GetParameter().toULongLong();
-        };
-        auto const deadline = Clock::now() + 10s;
-        while (count() == 0) {
-            if (Clock::now() > deadline)
-                throw std::runtime_error("nothing reached the Counter");
-            std::this_thread::sleep_for(1ms);
-        }
+        DemoFlow demo(*system.client, "bench", "tcp://127.0.0.1:*", 64, size);
         std::this_thread::sleep_for(window); // into the steady state
         double seconds = 0;
         double best = 0;
-        std::uint64_t before = count();
+        std::uint64_t before = demo.counted();
         std::uint64_t total = 0;
         auto start = Clock::now();
         for (auto _ : state) {
             std::this_thread::sleep_for(window);
-            std::uint64_t const now = count();
+            std::uint64_t const now = demo.counted();
             auto const end = Clock::now();
             double const took = std::chrono::duration<double>(end - start).count();
             state.SetIterationTime(took);
@@ -146,8 +102,6 @@ void streamFlow(benchmark::State& state, int size, bool secure)
             before = now;
             start = end;
         }
-        system.request(
-            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeDeleteProcessorGroupMessage("bench"));
         state.counters["msg/s"] = static_cast<double>(total) / seconds;
         state.counters["MB/s"] = static_cast<double>(total) * (size + 7) / seconds / 1e6;
         state.counters["best msg/s"] = best;
@@ -161,9 +115,9 @@ void streamFlow(benchmark::State& state, int size, bool secure)
 void controlRoundTrip(benchmark::State& state, bool secure)
 {
     System system(secure);
-    std::string const manager = zel::Endpoints::getGroupManagerEndpoint(prefix());
+    std::string const manager = zel::Endpoints::getGroupManagerEndpoint(zel::internalAddressPrefixDefault);
     for (auto _ : state)
-        system.request(manager, Helper::makeQueryProcessorGroupsMessage());
+        DemoFlow::request(*system.client, manager, zel::ControlMessageHelper::makeQueryProcessorGroupsMessage());
 }
 
 } // namespace
