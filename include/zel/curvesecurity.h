@@ -29,7 +29,7 @@ public:
     // Before a bind to `address`: makes a TCP socket a CURVE server when enabled.
     static void prepareBind(zmq::socket_t& socket, std::string const& address);
     // Before a connect: makes a TCP socket a CURVE client when enabled; returns the address to give
-    // libzmq, without its server key.
+    // libzmq, without its server key (disabled: the address as given).
     static std::string prepareConnect(zmq::socket_t& socket, std::string const& address);
 
     // The server key a connect to `address` trusts: the one after it, else the default when enabled.
