@@ -219,7 +219,9 @@ std::vector<Command> makeCommands()
             "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
             "subscribes the message types that begin with F; without filters everything comes in.\n"
             "--stream-group G resolves it in group G instead, --stream-host ADDRESS at another zelhost;\n"
-            "a wildcard address (tcp://0.0.0.0:PORT) is then dialled at that zelhost's host.",
+            "a wildcard address (tcp://0.0.0.0:PORT) is then dialled at that zelhost's host. With keys, the\n"
+            "processor learns that zelhost's public key from --stream-host ADDRESS#serverkey=KEY, else from\n"
+            "--server-key; an ADDRESS given by hand may end in #serverkey=KEY the same way.",
             3, 4, connect },
         { "start", gp + QStringLiteral(" [STREAM]"), "start a processor's stream (all when none is named)", "", 2, 3,
             [](Invocation& c) {
