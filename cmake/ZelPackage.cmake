@@ -22,8 +22,17 @@ file(RELATIVE_PATH ZEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p
 string(REGEX REPLACE "/$" "" ZEL_PC_TO_PREFIX ${ZEL_PC_TO_PREFIX})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# systemd reads units from both /usr/lib and /usr/local/lib.
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelhost@.service DESTINATION lib/systemd/system)
+# systemd reads units from both /usr/lib and /usr/local/lib. The unit names zelhost by its path
+# under the prefix given at install time (cmake --install --prefix, or /usr for the package), so
+# it is written when installing, in a folder of that prefix's own: installs may run side by side.
+install(CODE "
+  set(ZEL_UNIT_BINDIR \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
+  set(ZEL_UNIT_PLUGIN_DIR \"\${CMAKE_INSTALL_PREFIX}/${ZEL_PLUGIN_INSTALL_DIR}\")
+  string(MD5 zel_unit_key \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
+  set(zel_unit ${PROJECT_BINARY_DIR}/packaging/\${zel_unit_key}/zelhost@.service)
+  configure_file(${PROJECT_SOURCE_DIR}/packaging/zelhost@.service.in \${zel_unit} @ONLY)
+  file(INSTALL \${zel_unit} DESTINATION \"\${CMAKE_INSTALL_PREFIX}/lib/systemd/system\")
+")
 
 # Installing and packaging take the tree as built (make build first): without the check of every
 # target's AUTOMOC state, cpack takes seconds, not a minute.
@@ -36,6 +45,10 @@ set(CPACK_PACKAGE_VENDOR "ZEL")
 set(CPACK_PACKAGE_CONTACT "ZEL maintainers <zel@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Data-stream processing over ZeroMQ with Qt plug-ins")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+# The install then runs with the prefix /usr and the staging folder as DESTDIR, so what is written
+# when installing (the systemd unit) names the paths the package will have.
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # Debian ships binaries without their debug information.
 set(CPACK_STRIP_FILES ON)

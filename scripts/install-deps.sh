@@ -12,6 +12,7 @@ packages=(
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
   tcpdump # what crosses the multihost test's link
+  systemd # systemd-analyze, for the check of the unit
   python3-zmq python3-pytest
 )
 [ "${1:-}" = fuzz ] && packages+=(clang-14 libclang-rt-14-dev)

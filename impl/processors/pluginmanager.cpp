@@ -18,6 +18,14 @@ namespace {
 // Plug-in files carry this name on every platform; Qt loads an ELF library under it just as well.
 QString pluginFileName(QString const& name) { return QStringLiteral("%1.dll").arg(name); }
 
+// A plug-in name is a file's base name: with a separator, a drive or a step up it would reach a
+// file outside the plug-in folders, and loading a file runs its code.
+bool holdsPath(QString const& name)
+{
+    return name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\')) || name.contains(QLatin1Char(':'))
+        || name.contains(QLatin1String(".."));
+}
+
 } // namespace
 
 PluginManager::PluginManager() { plugins.append(new BasePlugin); }
@@ -80,6 +88,10 @@ Plugin* PluginManager::loadPlugin(QString const& name) const
 {
     // The first folder that holds the file wins, as on a PATH: a file that fails to load there is
     // reported, not passed over for another copy further down.
+    if (holdsPath(name)) {
+        ZEL_TRACE_FAILURE(QStringLiteral("Could not load plugin: '%1' is a path, not a plug-in name").arg(name));
+        return nullptr;
+    }
     QStringList const folders = pluginFolders();
     QString path;
     for (QString const& folder : folders) {

@@ -4,7 +4,10 @@
 #include <zel/endpoints.h>
 #include <zel/nameserviceclient.h>
 #include <zel/processorcontrolmessagehandler.h>
+#include <zel/processorfailures.h>
 #include <zel/zmqhelper.h>
+
+#include "runtime/trace.h"
 
 #include <utility>
 
@@ -31,6 +34,8 @@ ProcessorBase::~ProcessorBase()
 
 bool ProcessorBase::initialize()
 {
+    // A failure of an earlier processor under this identity is history now.
+    ProcessorFailures::forget(getEndpointString());
     ZmqControllable::initialize();
     controlMessageHandler = std::make_unique<ProcessorControlMessageHandler<ControlSocket>>(this);
     managementSocket = std::make_unique<zmq::socket_t>(Context::createSocket(zmq::socket_type::dealer));
@@ -113,6 +118,14 @@ bool ProcessorBase::queryStreams(QVector<zelmsg::DataStream>& streams)
 std::string ProcessorBase::getEndpointString() const
 {
     return Endpoints::getProcessorEndpoint(groupName, processorName, addressPrefix);
+}
+
+void reportRunningFailure(ProcessorBase const& processor, std::string const& reason)
+{
+    std::string const identity = processor.getEndpointString();
+    ZEL_TRACE_FAILURE(QStringLiteral("Processor '%1' ended by a failure: %2")
+                          .arg(QString::fromStdString(identity), QString::fromUtf8(reason.c_str())));
+    ProcessorFailures::record(identity, reason);
 }
 
 } // namespace zel

@@ -1,6 +1,7 @@
 #include <zel/streamprocessor.h>
 
 #include "processors/sourceconnection.h"
+#include "transport/ipcpath.h"
 
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>
@@ -78,6 +79,12 @@ void StreamProcessor::release()
 void StreamProcessor::freeStreamSockets()
 {
     outputWrapper.reset();
+    // Closing leaves an ipc socket file behind. It goes before the close, so that a processor
+    // binding the path meanwhile keeps its own; what is no socket (a bind refused) stays.
+    if (outputSocket) {
+        for (QString const& address : std::as_const(configuration).GetDataStream().first().GetAddress())
+            removeIpcSocketFile(address.toStdString());
+    }
     outputSocket.reset();
     inputClient.reset();
     inputSocket.reset();

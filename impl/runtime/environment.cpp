@@ -2,7 +2,12 @@
 
 #include "services/processorgroupmanagertemplate.h"
 
+#include <zel/context.h>
 #include <zel/pluginmanager.h>
+
+#include <zmq.h>
+
+#include <cerrno>
 
 namespace zel {
 
@@ -14,6 +19,18 @@ std::unique_ptr<ProcessorGroupManagerTemplate<ST>> makeGroupManager(std::shared_
     if (!pluginManager)
         return std::make_unique<ProcessorGroupManagerTemplate<ST>>(prefix);
     return std::make_unique<ProcessorGroupManagerTemplate<ST>>(std::move(pluginManager), prefix);
+}
+
+// A service's end by failure as its owner reports it; a socket refused for want of room says which
+// limit ran out, which ZeroMQ's own text does not.
+std::optional<ServiceFailure> failureOf(std::string const& service, std::string reason)
+{
+    if (reason.empty())
+        return std::nullopt;
+    std::string const exhaustion = Context::socketExhaustion();
+    if (!exhaustion.empty() && reason.find(zmq_strerror(EMFILE)) != std::string::npos)
+        reason += " (" + exhaustion + ")";
+    return ServiceFailure { service, reason };
 }
 
 } // namespace
@@ -33,5 +50,12 @@ Environment::Environment(std::shared_ptr<PluginManager> pluginManager, std::stri
 Environment::~Environment() = default;
 
 std::string Environment::getRouterFrontendAddress() { return *routerFrontendAddress; }
+
+std::optional<ServiceFailure> Environment::getServiceFailure()
+{
+    if (auto failure = failureOf("router", routerThread.failureReason()))
+        return failure;
+    return failureOf("group manager", groupManagerThread.failureReason());
+}
 
 } // namespace zel

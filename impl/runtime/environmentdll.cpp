@@ -32,6 +32,11 @@ bool EnvironmentDll::Execute()
     return false;
 }
 
+std::optional<ServiceFailure> EnvironmentDll::getServiceFailure()
+{
+    return environment ? environment->getServiceFailure() : std::nullopt;
+}
+
 void EnvironmentDll::Shutdown()
 {
     prepareShutdown();

@@ -47,6 +47,12 @@ bool Router::initialize()
     // A group or processor made again under its old name must take its identity over from the
     // connection that is still being closed, or it stays unreachable.
     internalSocket->set(zmq::sockopt::router_handover, 1);
+    // A client that does not read its answers must not hold up the router: an answer that its
+    // connection cannot take at once is dropped, like one to a client that has gone.
+    frontendSocket->set(zmq::sockopt::sndtimeo, 0);
+    // A service's answers never wait for room towards the router, so that the router, while it waits
+    // to hand a service a request, never waits on that same service in turn.
+    internalSocket->set(zmq::sockopt::rcvhwm, 0);
     frontendWrapper = std::make_shared<RouterSocket>(*frontendSocket);
     internalWrapper = std::make_shared<RouterSocket>(*internalSocket);
     internalHandler = std::make_unique<RouterHandler<RouterSocket>>();

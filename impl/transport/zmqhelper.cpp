@@ -4,8 +4,10 @@
 #include <zel/zmqframe.h>
 
 #include "runtime/trace.h"
+#include "transport/ipcpath.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -45,6 +47,13 @@ std::string bindOnce(zmq::socket_t& socket, std::string const& address)
 
 void ZmqHelper::bindSocket(zmq::socket_t& socket, std::string& address)
 {
+    // A client names stream addresses: an ipc bind must not replace somebody's file.
+    if (ipcPathHoldsOtherFile(address)) {
+        ZEL_TRACE_FAILURE(QStringLiteral("bindSocket() for \"%1\" failed: the path exists and is not a socket")
+                              .arg(QString::fromStdString(address)));
+        errno = EEXIST;
+        throw zmq::error_t();
+    }
     for (int attempt = 0;; ++attempt) {
         try {
             address = bindOnce(socket, address);

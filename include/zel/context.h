@@ -6,6 +6,7 @@
 #include <zmq.hpp>
 
 #include <memory>
+#include <string>
 
 namespace zel {
 
@@ -20,6 +21,10 @@ public:
     static std::shared_ptr<zmq::context_t> getZMQContext();
     // A new socket on the context. Throws zmq::error_t (ETERM) once the context is reset.
     static zmq::socket_t createSocket(zmq::socket_type type);
+    // What ZeroMQ meant when it last refused a socket with "Too many open files", in words a user
+    // can act on: the context's socket limit or the process's descriptor limit. Empty when it never
+    // refused one. Any thread.
+    static std::string socketExhaustion();
     // Drops the context for good. Any thread, but only once the threads that own sockets are
     // stopping: it blocks until every socket on the context is closed (libzmq's termination), and
     // sockets still open get ETERM. Called by the host at its termination; final for the process.

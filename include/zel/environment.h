@@ -2,10 +2,12 @@
 
 #include <zel/endpoints.h>
 #include <zel/router.h>
+#include <zel/servicefailure.h>
 #include <zel/zel_export.h>
 #include <zel/zmqcontrollablethread.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zel {
@@ -31,6 +33,12 @@ public:
     // The endpoint the frontend really bound (a wildcard port resolved). Clients connect here. The
     // router wrote it before the constructor returned, so the owner's thread reads it without a lock.
     std::string getRouterFrontendAddress();
+
+    // The router or the group manager, when one of them has ended by a failure (a malformed message
+    // at the frontend, a group that could not start), with the reason; nothing while both run. Such
+    // an environment stays until it is destroyed but serves nobody: its owner destroys it and, if it
+    // likes, makes another. Any thread; poll it, e.g. from a timer.
+    std::optional<ServiceFailure> getServiceFailure();
 
 private:
     std::shared_ptr<std::string> routerFrontendAddress;

@@ -4,6 +4,7 @@
 #include <zel/idllinstance.h>
 
 #include <memory>
+#include <optional>
 
 namespace zel {
 
@@ -22,6 +23,8 @@ public:
     bool Execute() override;
     // Stops the environment; blocks until every thread has ended. Without one, does nothing.
     void Shutdown() override;
+    // Environment::getServiceFailure of the running environment; nothing without one. The host's thread.
+    std::optional<ServiceFailure> getServiceFailure();
 
 private:
     std::unique_ptr<Environment> environment;

@@ -15,6 +15,11 @@
 namespace zel {
 
 class NameServiceClient;
+class ProcessorBase;
+
+// A processor whose thread fails while it runs answers nobody: its identity and the reason are
+// traced as a failure and kept in ProcessorFailures. Called on the processor's thread.
+ZEL_EXPORT void reportRunningFailure(ProcessorBase const& processor, std::string const& reason);
 
 // The base of every processor: its configuration, the three sockets every processor has (control,
 // management through the router, the group's broadcast) and one poll loop serving them. Constructed
@@ -66,6 +71,8 @@ protected:
     std::unique_ptr<NameServiceClient> nameServiceClient;
 
 private:
+    friend void reportRunningFailure(ProcessorBase const& processor, std::string const& reason);
+
     void freeSockets();
 
     std::unique_ptr<MessageHandler<ControlSocket, ControlMessage>> controlMessageHandler;

@@ -9,6 +9,10 @@
 
 namespace zel {
 
+// What a thread's object tells when it fails after its start, where no creator hears of it: found
+// by argument-dependent lookup for the object's type; nothing by default.
+template <class T> void reportRunningFailure(T const&, std::string const&) { }
+
 // A thread that runs one object: initialize, process until stopped, release, delete; all on the
 // thread. The constructor returns once initialize has succeeded (ThreadError otherwise); the
 // destructor stops the thread and returns when it has ended. Neither has a time-out. Both run on
@@ -31,16 +35,21 @@ public:
         controllable.reset();
     }
 
+    // Any thread: why the thread ended after it had started, when a failure ended it; else empty.
+    std::string failureReason() { return controller.failureAfterStart(); }
+
 protected:
     void run() override
     {
         // A release that has begun is not run again, even when it threw.
         bool releaseBegun = false;
+        bool running = false;
         try {
             controller.setState(Starting, false);
             controller.setupThread(controllable.get());
             if (controllable->initialize()) {
                 controller.setState(Running, true);
+                running = true;
                 controllable->process();
                 controller.setState(Releasing, false);
                 releaseBegun = true;
@@ -48,9 +57,9 @@ protected:
                 controller.setState(Finished, true);
             }
         } catch (std::exception const& e) {
-            controller.setFailed(failureText(e.what()));
+            failed(running, e.what());
         } catch (...) {
-            controller.setFailed(failureText("An unknown exception was thrown"));
+            failed(running, "An unknown exception was thrown");
         }
         if (!releaseBegun)
             releaseAfterFailure();
@@ -60,6 +69,13 @@ protected:
     }
 
 private:
+    void failed(bool running, char const* reason)
+    {
+        controller.setFailed(failureText(reason));
+        if (running)
+            reportRunningFailure(*controllable, reason);
+    }
+
     static std::string failureText(char const* reason)
     {
         return std::string("ControllableThread::run() failed: ") + reason;

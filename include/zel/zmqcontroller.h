@@ -85,6 +85,14 @@ public:
     // through Qt's own lock, which race detectors do not see; this mutex shows them the same order.
     void threadEnded() { std::lock_guard<std::mutex> lock(mutex); }
 
+    // Any thread: the reasons when the thread ended by a failure after it had started; empty while it
+    // runs, after a normal end, and after a failed start, which the creator gets as ThreadError.
+    std::string failureAfterStart()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return state == Failed && reachedRunning ? errorText : std::string();
+    }
+
     // New thread: appends a reason, one line each, and reports Failed.
     void setFailed(std::string const& text)
     {

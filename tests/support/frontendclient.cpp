@@ -66,6 +66,16 @@ std::optional<zelmsg::ControlMessage> FrontendClient::replyFrom(
     return reply->record;
 }
 
+testing::AssertionResult hostServes(std::string const& frontendAddress)
+{
+    FrontendClient client(frontendAddress);
+    std::optional<zelmsg::ControlMessage> const reply
+        = client.request(managerIdentity(), zel::ControlMessageHelper::makeQueryProcessorGroupsMessage());
+    if (!reply || reply->GetResultType() != zelmsg::ControlMessage::Success)
+        return testing::AssertionFailure() << "QueryGroups at " << frontendAddress << ": " << outcome(reply);
+    return testing::AssertionSuccess();
+}
+
 std::string outcome(std::optional<zelmsg::ControlMessage> const& reply)
 {
     if (!reply)

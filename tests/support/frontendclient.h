@@ -5,6 +5,8 @@
 #include <zel/endpoints.h>
 #include <zel/zelmsg/controlmessage.h>
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -62,6 +64,10 @@ private:
 
     zmq::socket_t socket;
 };
+
+// Whether a fresh client at `frontendAddress` gets a QueryGroups answered: the host still serves
+// after whatever another client did.
+testing::AssertionResult hostServes(std::string const& frontendAddress);
 
 // A reply in one line, for comparisons: "Success", "Success: <Parameter>" when the reply carries a
 // Parameter, "Error: <MessageText>", "Warning: <MessageText>", "no result", "no reply".

@@ -255,11 +255,12 @@ TEST_F(Zelctl, EachKindOfMistakeHasItsExitCode)
 
     ok({ "create", group, "h", "HttpBridge" });
     EXPECT_EQ(ok({ "params", group, "h" }).out, "") << "a processor without parameters";
-    // Forced, an address the bridge cannot connect to ends it without a reply, and zelctl says so.
+    // Forced, an address the bridge cannot connect to ends it without a reply; zelctl says so, with
+    // the reason zelhost kept.
     Result const forced = run({ "--timeout", "500", "connect", group, "h", "s", "tcp://*:5555", "--force" });
     EXPECT_EQ(forced.exitCode, 3) << forced;
     EXPECT_EQ(forced.err,
-        "zelctl: processor 'h' in group '" + group.toStdString() + "' does not answer: busy, or ended by a failure\n");
+        "zelctl: processor 'h' in group '" + group.toStdString() + "' ended by a failure: Invalid argument\n");
 
     Result const noAddress = zeltest::runZelctl({ "groups" }, QString());
     EXPECT_EQ(noAddress.exitCode, 2) << noAddress;

@@ -1,6 +1,7 @@
 #include "diagnosis.h"
 
 #include "handshakeprobe.h"
+#include "hostfailure.h"
 #include "identities.h"
 #include "invocation.h"
 
@@ -87,6 +88,10 @@ int diagnoseSilence(SystemClient& client, std::string const& identity)
         return say(ExitTimeout, silentGroup.arg(target.group, address));
     if (!processors->contains(target.processor))
         return say(ExitFailure, QStringLiteral("no processor '%1' in group '%2'").arg(target.processor, target.group));
+    if (std::optional<QString> const reason = hostKnownFailure(client, identity))
+        return say(ExitTimeout,
+            QStringLiteral("processor '%1' in group '%2' ended by a failure: %3")
+                .arg(target.processor, target.group, *reason));
     return say(ExitTimeout,
         QStringLiteral("processor '%1' in group '%2' does not answer: busy, or ended by a failure")
             .arg(target.processor, target.group));

@@ -4,7 +4,9 @@
 
 #include <string>
 
-// Finds out why a request to `identity` went unanswered, by asking the group manager for its groups
-// and the group for its processors, and prints what is missing. Gives the exit code: 1 when the
-// target does not exist, 3 when zelhost or the target itself is silent. Blocks up to two time-outs.
+// Finds out why a request to `identity` went unanswered, by asking the group manager for its groups,
+// the group for its processors and, for a listed processor, zelhost for the failure it ended by;
+// prints what is missing. Gives the exit code: 1 when the target does not exist, 3 when zelhost or
+// the target itself is silent. Blocks up to three time-outs (the last only for a host that is no
+// zelhost).
 int diagnoseSilence(SystemClient& client, std::string const& identity);

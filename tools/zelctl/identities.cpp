@@ -24,3 +24,5 @@ std::string Identities::processor(QString const& group, QString const& processor
 {
     return zel::Endpoints::getProcessorEndpoint(group.toStdString(), processor.toStdString(), prefix());
 }
+
+std::string Identities::host() { return "zelhost"; }

@@ -12,4 +12,6 @@ public:
     static std::string group(QString const& group);
     static std::string nameService(QString const& group);
     static std::string processor(QString const& group, QString const& processor);
+    // zelhost's own service, which knows why a processor ended by a failure.
+    static std::string host();
 };

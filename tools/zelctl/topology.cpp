@@ -1,5 +1,6 @@
 #include "topology.h"
 
+#include "hostfailure.h"
 #include "identities.h"
 
 #include <zel/controlmessagehelper.h>
@@ -13,6 +14,8 @@ namespace {
 using zel::ControlMessageHelper;
 using zelmsg::ControlMessage;
 
+QString const noAnswer = QStringLiteral("no answer");
+
 // Empty when the request succeeded, else what went wrong.
 QString ask(SystemClient& client, std::string const& identity, ControlMessage& record)
 {
@@ -24,7 +27,7 @@ QString ask(SystemClient& client, std::string const& identity, ControlMessage& r
     case Outcome::Timeout:
         break;
     }
-    return QStringLiteral("no answer");
+    return noAnswer;
 }
 
 QStringList names(QString const& list) { return list.split(QLatin1Char(','), Qt::SkipEmptyParts); }
@@ -35,6 +38,10 @@ ProcessorView queryProcessor(SystemClient& client, QString const& group, QString
     std::string const identity = Identities::processor(group, name);
     ControlMessage streams = ControlMessageHelper::makeQueryStreamsMessage();
     view.problem = ask(client, identity, streams);
+    if (view.problem == noAnswer) {
+        if (std::optional<QString> const reason = hostKnownFailure(client, identity))
+            view.problem = QStringLiteral("ended by a failure: %1").arg(*reason);
+    }
     if (!view.problem.isEmpty())
         return view; // a silent processor would only keep us waiting once more
     view.streams = streams.GetDataStream();

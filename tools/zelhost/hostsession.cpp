@@ -2,10 +2,12 @@
 
 #include <zel/controlmessagehelper.h>
 #include <zel/endpoints.h>
+#include <zel/environmentdll.h>
 #include <zel/host/cfgcenter.h>
 #include <zel/host/errorhandler.h>
 #include <zel/host/iabstractterminationtarget.h>
 #include <zel/idllinstance.h>
+#include <zel/processorfailures.h>
 #include <zel/requestclienttemplate.h>
 #include <zel/socketreader.h>
 
@@ -101,7 +103,7 @@ HostSession::HostSession(QString instanceName)
 
 HostSession::~HostSession() { stop(); }
 
-bool HostSession::start() { return load() && execute(); }
+bool HostSession::start() { return load() && execute() && startFailureService(); }
 
 bool HostSession::load()
 {
@@ -143,6 +145,7 @@ bool HostSession::execute()
         reason = QStringLiteral("HXCreate failed");
         return false;
     }
+    zel::ProcessorFailures::enable();
     FailureCollector failures;
     instance->Execute(); // false on every path: the traces tell a failed start
     QStringList const lines = failures.collected();
@@ -153,8 +156,28 @@ bool HostSession::execute()
     return frontendAnswers(address, reason);
 }
 
+bool HostSession::startFailureService()
+{
+    try {
+        failureService
+            = std::make_unique<zel::ZmqControllableThread<FailureService>>(std::make_unique<FailureService>());
+        return true;
+    } catch (std::exception const& e) {
+        reason = QStringLiteral("zelhost's own service did not start: %1").arg(QString::fromUtf8(e.what()));
+        return false;
+    }
+}
+
+std::optional<zel::ServiceFailure> HostSession::serviceFailure() const
+{
+    // The instance is the module's EnvironmentDll: the module is the library zelhost links.
+    auto* const environment = dynamic_cast<zel::EnvironmentDll*>(instance);
+    return environment ? environment->getServiceFailure() : std::nullopt;
+}
+
 void HostSession::stop()
 {
+    failureService.reset();
     if (instance) {
         instance->Shutdown();
         destroy(instance);

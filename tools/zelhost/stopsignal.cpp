@@ -21,10 +21,14 @@ void prepareStopSignals()
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
 }
 
-void waitForStopSignal() { WaitForSingleObject(stopEvent, INFINITE); }
+bool waitForStopSignal(std::chrono::milliseconds interval)
+{
+    return WaitForSingleObject(stopEvent, static_cast<DWORD>(interval.count())) == WAIT_OBJECT_0;
+}
 
 #else
 #include <csignal>
+#include <ctime>
 #include <pthread.h>
 
 namespace {
@@ -34,6 +38,9 @@ sigset_t stopSignals()
     sigemptyset(&set);
     sigaddset(&set, SIGINT);
     sigaddset(&set, SIGTERM);
+    // A hang-up (the terminal closed, or a reload request) stops cleanly too: zelhost has nothing
+    // to reload, and the default action would end it without stopping the environment.
+    sigaddset(&set, SIGHUP);
     return set;
 }
 } // namespace
@@ -44,10 +51,13 @@ void prepareStopSignals()
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
-void waitForStopSignal()
+bool waitForStopSignal(std::chrono::milliseconds interval)
 {
     sigset_t const set = stopSignals();
-    int signal = 0;
-    sigwait(&set, &signal);
+    auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(interval);
+    timespec const timeout { static_cast<time_t>(seconds.count()),
+        static_cast<long>(std::chrono::nanoseconds(interval - seconds).count()) };
+    // -1 is the time-out, or another signal that woke us (EINTR): either way, look again later.
+    return sigtimedwait(&set, nullptr, &timeout) > 0;
 }
 #endif

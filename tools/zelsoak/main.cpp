@@ -2,6 +2,8 @@
 //   printing the RSS, threads and open descriptors of process PID every 100 cycles.
 // zelsoak ADDRESS clients N REQUESTS: N clients at once, each sending REQUESTS queries one after the
 //   other, counting the replies that are lost or answer another request.
+// zelsoak ADDRESS flood N: one client sends N queries and never reads an answer while another asks
+//   one query after the other; prints what the flooder got out and the other's answers and slowest one.
 // Exit 1 when a request failed, was lost or mismatched.
 
 #include <zel/context.h>
@@ -12,6 +14,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -162,6 +165,50 @@ int clients(std::string const& address, int count, int requests)
     return lost == 0 && mismatched == 0 ? 0 : 1;
 }
 
+// The flooder's sends give up after 10 s without room: the host has stopped reading.
+int flood(std::string const& address, int count)
+{
+    std::string const manager = Endpoints::getGroupManagerEndpoint(prefix);
+    std::string const target(manager.c_str(), manager.size() + 1);
+    std::string const payload = ControlMessageHelper::makeQueryProcessorGroupsMessage().GetXmlString().toStdString();
+    std::atomic<int> sent { 0 };
+    std::atomic<bool> done { false };
+    auto const start = std::chrono::steady_clock::now();
+    std::thread flooder([&] {
+        zmq::socket_t socket = zel::Context::createSocket(zmq::socket_type::dealer);
+        socket.set(zmq::sockopt::linger, 0);
+        socket.set(zmq::sockopt::sndtimeo, 10000);
+        socket.connect(address);
+        for (; sent < count; ++sent) {
+            if (!socket.send(zmq::str_buffer(""), zmq::send_flags::sndmore))
+                break;
+            socket.send(zmq::buffer(target), zmq::send_flags::sndmore);
+            socket.send(zmq::buffer(payload), zmq::send_flags::none);
+        }
+        done = true;
+    });
+    Client other(address);
+    int answered = 0;
+    int lost = 0;
+    std::chrono::milliseconds slowest {};
+    while (!done) {
+        auto const asked = std::chrono::steady_clock::now();
+        if (other.succeeds(manager, ControlMessageHelper::makeQueryProcessorGroupsMessage()))
+            ++answered;
+        else
+            ++lost;
+        slowest = std::max(
+            slowest, std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - asked));
+    }
+    flooder.join();
+    bool const after = other.succeeds(manager, ControlMessageHelper::makeQueryProcessorGroupsMessage());
+    auto const took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    std::printf("flood %d of %d sent in %lld ms  other client: answered %d  lost %d  slowest %lld ms  after: %s\n",
+        sent.load(), count, static_cast<long long>(took.count()), answered, lost,
+        static_cast<long long>(slowest.count()), after ? "answered" : "lost");
+    return sent == count && lost == 0 && after ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -171,6 +218,9 @@ int main(int argc, char** argv)
         return cycles(args[0], std::stoi(args[2]), QString::fromStdString(args[3]));
     if (args.size() == 4 && args[1] == "clients")
         return clients(args[0], std::stoi(args[2]), std::stoi(args[3]));
-    std::fprintf(stderr, "usage: zelsoak ADDRESS cycles N PID | zelsoak ADDRESS clients N REQUESTS\n");
+    if (args.size() == 3 && args[1] == "flood")
+        return flood(args[0], std::stoi(args[2]));
+    std::fprintf(
+        stderr, "usage: zelsoak ADDRESS cycles N PID | zelsoak ADDRESS clients N REQUESTS | zelsoak ADDRESS flood N\n");
     return 2;
 }
