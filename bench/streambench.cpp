@@ -14,13 +14,10 @@
 // ratio is taken within one round between flows run side by side, and a summary row shows the
 // round whose ratio is the median.
 
+#include "demoflow.h"
+
 #include <zel/context.h>
-#include <zel/controlmessagehelper.h>
-#include <zel/endpoints.h>
 #include <zel/environment.h>
-#include <zel/requestclienttemplate.h>
-#include <zel/socketreader.h>
-#include <zel/zmqcontrolsockettemplate.h>
 
 #include <benchmark/benchmark.h>
 
@@ -42,7 +39,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Helper = zel::ControlMessageHelper;
 using namespace std::chrono_literals;
 
 constexpr auto window = 100ms;
@@ -215,21 +211,11 @@ void bareFlow(benchmark::State& state, Transport transport, int size, Flow flow,
 
 // --- ZEL: Generator to Counter -------------------------------------------------------------------
 
-using Client = zel::RequestClientTemplate<zmq::socket_t, zel::ZmqControlSocketTemplate<zel::ST>, zel::SocketReader>;
-
 // One Environment for the program; processors come from demo.dll beside it.
 struct System
 {
     zel::Environment environment;
-    Client client { environment.getRouterFrontendAddress(), true, 10000 };
-
-    zelmsg::ControlMessage request(std::string const& identity, zelmsg::ControlMessage record)
-    {
-        if (!client.request(identity, record))
-            throw std::runtime_error(
-                identity + ": " + record.GetMessageText().toStdString() + client.getLastMessageText());
-        return record;
-    }
+    DemoFlow::Client client { environment.getRouterFrontendAddress(), true, 10000 };
 };
 
 std::unique_ptr<System> systemInstance;
@@ -241,55 +227,16 @@ System& zel()
     return *systemInstance;
 }
 
-std::string const& prefix() { return zel::internalAddressPrefixDefault; }
-
 void zelFlow(benchmark::State& state, Transport transport, int size, Flow flow, int round)
 {
     static int run = 0;
     std::string const group = "bench" + std::to_string(++run);
-    std::string const groupId = zel::Endpoints::getGroupEndpoint(group, prefix());
-    std::string const gen = zel::Endpoints::getProcessorEndpoint(group, "gen", prefix());
-    std::string const counter = zel::Endpoints::getProcessorEndpoint(group, "counter", prefix());
-    System& system = zel();
     try {
-        system.request(
-            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeCreateProcessorGroupMessage(group));
         std::string const address
             = transport == Transport::Inproc ? "inproc://streambench-" + group : "tcp://127.0.0.1:*";
-        system.request(groupId,
-            Helper::makeCreateProcessorMessage(
-                "demo.Generator", "gen", Helper::makeProcessorConfig(streamType, address)));
-        system.request(groupId,
-            Helper::makeCreateProcessorMessage("demo.Counter", "counter",
-                Helper::makeProcessorConfig("counted", "inproc://streambench-counted-" + group)));
-        system.request(counter, Helper::makeSetParameterMessage("batch", flow == Flow::Batched ? "64" : "1"));
-        system.request(gen, Helper::makeStopStreamMessage(""));
-        system.request(gen, Helper::makeSetParameterMessage("size", std::to_string(size)));
-        system.request(gen, Helper::makeSetParameterMessage("rate", "0"));
-        std::string const bound = system.request(gen, Helper::makeQueryStreamsMessage())
-                                      .GetDataStream()
-                                      .first()
-                                      .GetAddress()
-                                      .first()
-                                      .toStdString();
-        system.request(counter, Helper::makeConnectStreamMessage("in", bound, std::vector<std::string>()));
-        system.request(gen, Helper::makeStartStreamMessage(""));
-
-        auto value = [&](std::string const& processor, std::string const& parameter) -> std::uint64_t {
-            return system.request(processor, Helper::makeGetParameterMessage(parameter)).GetParameter().toULongLong();
-        };
-        auto const deadline = Clock::now() + 10s;
-        while (value(counter, "count") == 0) {
-            if (Clock::now() > deadline)
-                throw std::runtime_error("nothing reached the Counter");
-            std::this_thread::sleep_for(1ms);
-        }
+        DemoFlow demo(zel().client, group, address, flow == Flow::Batched ? 64 : 1, size);
         std::this_thread::sleep_for(window); // into the steady state
-
-        Totals const totals
-            = measure(state, [&] { return std::make_pair(value(counter, "count"), value(gen, "sent")); });
-        system.request(
-            zel::Endpoints::getGroupManagerEndpoint(prefix()), Helper::makeDeleteProcessorGroupMessage(group));
+        Totals const totals = measure(state, [&] { return std::make_pair(demo.counted(), demo.sent()); });
         report(state, totals, transport, size, flow, round);
     } catch (std::exception const& e) {
         state.SkipWithError(e.what());

@@ -11,6 +11,7 @@ packages=(
   libgtest-dev libgmock-dev
   libbenchmark-dev
   iproute2 # ip netns, for the multihost test
+  tcpdump # what crosses the multihost test's link
   systemd # systemd-analyze, for the check of the unit
   python3-zmq python3-pytest
   libcpp-httplib-dev # zelctl serve

@@ -9,10 +9,16 @@ describes the protocol; this module is its small reference client.
         zel.create("plant", "sink", "HttpBridge",
                    streams=[Stream("numbers", ["http://127.0.0.1:8080/in", "text/plain"])])
         print(zel.processors("plant"))
+
+Against a zelhost with CURVE on, give this client's secret key file and the host's public key
+(files as `zelctl keygen` writes them, or the key text itself):
+
+    ZelClient("tcp://10.0.0.1:5555", key="alice.key", server_key="host.pub")
 """
 
 from dataclasses import dataclass, field
 import json
+import os
 import xml.etree.ElementTree as ET
 
 import zmq
@@ -166,6 +172,33 @@ def decode(payload):
     return record
 
 
+def read_key(given):
+    """A Z85 key from a key file (one line, as zelctl keygen writes it), or the key's own text."""
+    if len(given) == 40 and not os.path.exists(given):
+        return given.encode()
+    with open(given, "rb") as f:
+        key = f.read(1024).strip()
+    if len(key) != 40:
+        raise ValueError(f"{given} holds no key (one line of 40 characters in Z85)")
+    return key
+
+
+def read_key_pair(secret_key_file):
+    """(public, secret) from a secret key file, which must be readable by its owner only."""
+    if os.name == "posix" and os.stat(secret_key_file).st_mode & 0o077:
+        raise PermissionError(f"{secret_key_file} is readable by others than its owner (chmod 600 it)")
+    secret = read_key(secret_key_file)
+    return zmq.curve_public(secret), secret
+
+
+def secure(socket, key, server_key):
+    """Makes `socket` a CURVE client with this client's secret key file and the server's public key."""
+    public, secret = read_key_pair(key)
+    socket.curve_publickey = public
+    socket.curve_secretkey = secret
+    socket.curve_serverkey = read_key(server_key)
+
+
 def _names(reply):
     text = reply.get("Parameter", "")
     return text.split(",") if text else []
@@ -174,9 +207,14 @@ def _names(reply):
 class ZelClient:
     """One connection to a router frontend. Not for use by several threads at once."""
 
-    def __init__(self, address, timeout_ms=4000, context=None):
+    def __init__(self, address, timeout_ms=4000, context=None, key=None, server_key=None):
+        """`key` and `server_key` (both or neither) for a zelhost with CURVE on: this client's secret
+        key file and the host's public key."""
+        if (key is None) != (server_key is None):
+            raise ValueError("key and server_key go together")
         self.address = address
         self.timeout_ms = timeout_ms
+        self._keys = (key, server_key) if key else None
         self._context = context or zmq.Context.instance()
         self._socket = None
         self._open()
@@ -184,6 +222,8 @@ class ZelClient:
     def _open(self):
         self._socket = self._context.socket(zmq.DEALER)
         self._socket.linger = 0
+        if self._keys:
+            secure(self._socket, *self._keys)
         self._socket.connect(self.address)
 
     def close(self):
@@ -204,7 +244,8 @@ class ZelClient:
             # A late reply must not pass for the answer to the next request.
             self.close()
             self._open()
-            raise TimeoutError(f"no answer from {identity} at {self.address} within {timeout} ms")
+            raise TimeoutError(f"no answer from {identity} at {self.address} within {timeout} ms"
+                               + (" (refused key or wrong server key?)" if self._keys else ""))
         frames = self._socket.recv_multipart()
         return frames[-1]
 

@@ -1,5 +1,6 @@
 #include <zel/zmqhelper.h>
 
+#include <zel/curvesecurity.h>
 #include <zel/zmqframe.h>
 
 #include "runtime/trace.h"
@@ -37,6 +38,7 @@ std::string lastEndpoint(zmq::socket_t& socket)
 
 std::string bindOnce(zmq::socket_t& socket, std::string const& address)
 {
+    CurveSecurity::prepareBind(socket, address);
     socket.bind(address);
     return lastEndpoint(socket);
 }
@@ -83,13 +85,16 @@ void ZmqHelper::bindSocket(zmq::socket_t& socket)
     bindSocket(socket, address);
 }
 
-void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address) { socket.connect(address); }
+void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address)
+{
+    socket.connect(CurveSecurity::prepareConnect(socket, address));
+}
 
 void ZmqHelper::connectSocket(zmq::socket_t& socket, std::string const& address, std::string const& identity)
 {
     QByteArray const frame = nameFrame(identity);
     socket.set(zmq::sockopt::routing_id, zmq::const_buffer(frame.constData(), static_cast<size_t>(frame.size())));
-    socket.connect(address);
+    connectSocket(socket, address);
 }
 
 } // namespace zel

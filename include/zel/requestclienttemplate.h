@@ -6,6 +6,7 @@
 #include <zel/messagetextprovider.h>
 #include <zel/zelmsg/controlmessage.h>
 #include <zel/zmqcontrolsockettemplate.h>
+#include <zel/zmqhelper.h>
 
 #include <QString>
 
@@ -114,7 +115,7 @@ private:
         socket = std::make_shared<Socket>(Context::createSocket(zmq::socket_type::req));
         controlSocket = std::make_shared<ControlSocket>(*socket, format);
         reader = std::make_shared<Reader>();
-        socket->connect(address);
+        ZmqHelper::connectSocket(*socket, address);
         socketIndex = reader->addSocket(*socket, ZMQ_POLLIN);
     }
 

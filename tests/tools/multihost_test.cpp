@@ -1,3 +1,4 @@
+#include "support/keyring.h"
 #include "support/polling.h"
 #include "support/zelctlrun.h"
 #include "support/zelhostprocess.h"
@@ -6,15 +7,19 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 
 #include <csignal>
 #include <memory>
 #include <unistd.h>
 
 // Two machines made of network namespaces joined by a veth pair, a zelhost on each: the
-// Generator on one, Relay and Counter on the other.
+// Generator on one, Relay and Counter on the other; plain, and again with CURVE on both.
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -81,11 +86,71 @@ private:
 };
 
 // Its hosts are the addresses given to the namespaces.
-QString const pipeline = QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/twohosts.json");
+QString const plainPipeline = QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/twohosts.json");
+
+QString frontendOf(char host) { return QStringLiteral("tcp://10.77.0.%1:7700").arg(host - 'a' + 1); }
+
+// Every packet on machine a's end of the link, from the start until `taken`.
+class Capture
+{
+public:
+    explicit Capture(QStringList const& exec)
+    {
+        // -Z root: tcpdump would otherwise write as its own user, who cannot enter the folder.
+        process.start(exec.first(),
+            exec.mid(1) << QStringLiteral("tcpdump") << QStringLiteral("-i") << QStringLiteral("zel0")
+                        << QStringLiteral("-U") << QStringLiteral("-Z") << QStringLiteral("root")
+                        << QStringLiteral("-w") << file());
+        listening = zeltest::waitUntil([&] {
+            process.waitForReadyRead(10);
+            errors += process.readAllStandardError();
+            return errors.contains("listening on") || process.state() == QProcess::NotRunning;
+        }) && errors.contains("listening on");
+    }
+
+    QByteArray taken()
+    {
+        process.terminate();
+        process.waitForFinished(10000);
+        QFile capture(file());
+        return capture.open(QIODevice::ReadOnly) ? capture.readAll() : QByteArray();
+    }
+
+    bool listening = false;
+    QByteArray errors;
+
+private:
+    QString file() const { return dir.filePath(QStringLiteral("link.pcap")); }
+
+    QTemporaryDir dir;
+    QProcess process;
+};
+
+// A stretch of the Generator's messages past their sequence number: 'a' + i % 26 from i = 8.
+QByteArray const dataPattern = QByteArrayLiteral("ijklmnopqrstuvwxyzabcdefgh");
+
+// The two-host pipeline with each host's public key beside its address.
+QString securedPipeline(QTemporaryDir const& dir, zeltest::KeyRing& keys)
+{
+    QFile plain(plainPipeline);
+    plain.open(QIODevice::ReadOnly);
+    QJsonObject root = QJsonDocument::fromJson(plain.readAll()).object();
+    root[QStringLiteral("hostKeys")]
+        = QJsonObject { { "a", keys.publicKeyFile("a") }, { "b", keys.publicKeyFile("b") } };
+    QString const path = dir.filePath(QStringLiteral("twohosts.json"));
+    QFile secured(path);
+    secured.open(QIODevice::WriteOnly);
+    secured.write(QJsonDocument(root).toJson());
+    return path;
+}
+
+class Multihost : public testing::TestWithParam<bool>
+{
+};
 
 } // namespace
 
-TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
+TEST_P(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
 {
     if (::geteuid() != 0 || QStandardPaths::findExecutable(QStringLiteral("ip")).isEmpty())
         GTEST_SKIP() << "needs root and ip (iproute2) to make network namespaces";
@@ -93,18 +158,33 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
     if (!machines.ready)
         GTEST_SKIP() << "cannot make network namespaces here (no CAP_SYS_ADMIN?)";
 
+    bool const secured = GetParam();
+    zeltest::KeyRing keys;
+    QTemporaryDir dir;
+    // zelctl's key is let in on both; b's, for the Relay on b that takes a's stream, on a.
+    keys.authorize("a", "zelctl");
+    keys.authorize("a", "b");
+    keys.authorize("b", "zelctl");
+    QString const pipeline = secured ? securedPipeline(dir, keys) : plainPipeline;
+
     std::unique_ptr<zeltest::ZelhostProcess> hosts[2];
     for (int i = 0; i < 2; ++i) {
-        hosts[i] = zeltest::ZelhostProcess::listeningAt(QStringLiteral("tcp://10.77.0.%1:7700").arg(i + 1));
+        QString const name(QLatin1Char('a' + i));
+        hosts[i] = std::make_unique<zeltest::ZelhostProcess>(
+            QStringLiteral("EnvironmentAddress=%1\n").arg(frontendOf(char('a' + i)))
+            + (secured ? keys.hostSettings(name) : QString()));
+        hosts[i]->address = frontendOf(char('a' + i));
         hosts[i]->process().setProgram(QStringLiteral("ip"));
         hosts[i]->process().setArguments(machines.exec(QLatin1Char('a' + i)).mid(1)
             << QStringLiteral(ZEL_BIN_DIR "/zelhost") << QStringLiteral("zeltest"));
         ASSERT_TRUE(hosts[i]->startReady());
     }
+    Capture capture(machines.exec(QLatin1Char('a')));
+    ASSERT_TRUE(capture.listening) << capture.errors.toStdString();
     // zelctl runs on machine a and reaches b over the veth pair.
     auto zelctl = [&](QStringList const& arguments, char host) {
-        return zeltest::runZelctl(
-            arguments, QStringLiteral("tcp://10.77.0.%1:7700").arg(host - 'a' + 1), machines.exec(QLatin1Char('a')));
+        QStringList const options = secured ? keys.zelctlKeys("zelctl", QString(QLatin1Char(host))) : QStringList();
+        return zeltest::runZelctl(options + arguments, frontendOf(host), machines.exec(QLatin1Char('a')));
     };
 
     zeltest::ZelctlResult const applied = zelctl({ "apply", pipeline }, 'a');
@@ -120,9 +200,11 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
 
     // By hand the same: a second Counter on b connected to the stream on a.
     zelctl({ "create", "sink", "second", "demo.Counter", "--stream", "c2", "--stream-address", "inproc://c2" }, 'b');
+    QString const streamHost = secured
+        ? frontendOf('a') + QStringLiteral("#serverkey=") + QString::fromStdString(keys.publicKey("a"))
+        : frontendOf('a');
     zeltest::ZelctlResult const connected = zelctl(
-        { "connect", "sink", "second", "numbers", "--stream-group", "source", "--stream-host", "tcp://10.77.0.1:7700" },
-        'b');
+        { "connect", "sink", "second", "numbers", "--stream-group", "source", "--stream-host", streamHost }, 'b');
     EXPECT_EQ(connected.exitCode, 0) << connected;
     EXPECT_TRUE(zeltest::waitUntil([&] { return zelctl({ "get", "sink", "second", "count" }, 'b').out != "0\n"; }));
     zelctl({ "delete", "sink", "second" }, 'b');
@@ -132,4 +214,12 @@ TEST(Multihost, AGeneratorFeedsACounterOnAnotherMachine)
     EXPECT_THAT(down.lines(), Contains("deleted group source on a"));
     EXPECT_THAT(down.lines(), Contains("deleted group sink on b"));
     EXPECT_EQ(zelctl({ "groups" }, 'a').out + zelctl({ "groups" }, 'b').out, "");
+
+    // With keys the Generator's messages cross the link encrypted, so their bytes are not in it.
+    QByteArray const link = capture.taken();
+    ASSERT_GT(link.size(), 10000) << "the capture holds the whole run";
+    EXPECT_EQ(link.contains(dataPattern), !secured);
 }
+
+INSTANTIATE_TEST_SUITE_P(PlainAndSecured, Multihost, testing::Values(false, true),
+    [](testing::TestParamInfo<bool> const& info) { return info.param ? "withKeys" : "plain"; });

@@ -328,6 +328,12 @@ TEST_F(Zelctl, PipelineErrorsNameTheLineOfTheElement)
               "stream": "s", "addresses": ["inproc://s"], "takes": [
               {"stream": "missing"}]}]}]})",
             1, ":3: resolving stream missing of group h: Error: " },
+        { R"({"hosts": {"a": "tcp://10.0.0.1:7700"},
+              "hostKeys": {"b": "b.pub"}, "groups": []})",
+            2, ":2: no host \"b\" in \"hosts\"" },
+        { R"({"hosts": {"a": "tcp://10.0.0.1:7700"},
+              "hostKeys": {"a": "a.pub"}, "groups": []})",
+            2, ":2: cannot read " },
     };
     QTemporaryDir dir;
     for (auto const& [json, exitCode, error] : cases) {
@@ -349,6 +355,9 @@ TEST(StreamAddress, AWildcardIsDialledAtTheHostThatResolvedIt)
         { { "inproc://a" }, "tcp://h:1", true, "" },
         // Nothing better is known than what was registered.
         { { "tcp://0.0.0.0:5" }, "tcp://*:1", false, "tcp://0.0.0.0:5" },
+        // Another host's processor learns the publisher's server key from the frontend's.
+        { { "tcp://0.0.0.0:5000" }, "tcp://10.0.0.2:7000#serverkey=K:1", true, "tcp://10.0.0.2:5000#serverkey=K:1" },
+        { { "tcp://0.0.0.0:5000" }, "tcp://10.0.0.2:7000#serverkey=K:1", false, "tcp://10.0.0.2:5000" },
     };
     for (auto const& [registered, frontend, otherHost, dialled] : cases)
         EXPECT_EQ(StreamAddress::dialable(registered, frontend, otherHost).toStdString(), dialled)

@@ -9,7 +9,7 @@ QStringList const valueOptions = { QStringLiteral("--address"), QStringLiteral("
     QStringLiteral("--format"), QStringLiteral("--content-type"), QStringLiteral("--listen"), QStringLiteral("-o"),
     QStringLiteral("--output"), QStringLiteral("--duration"), QStringLiteral("--compression"),
     QStringLiteral("--chunk-size"), QStringLiteral("--group"), QStringLiteral("--speed"), QStringLiteral("--streams"),
-    QStringLiteral("--bind"), QStringLiteral("--wait") };
+    QStringLiteral("--bind"), QStringLiteral("--wait"), QStringLiteral("--key"), QStringLiteral("--server-key") };
 QStringList const flagOptions = { QStringLiteral("--xml"), QStringLiteral("--force"), QStringLiteral("--help"),
     QStringLiteral("-h"), QStringLiteral("--rate"), QStringLiteral("--version"), QStringLiteral("--rates"),
     QStringLiteral("--once"), QStringLiteral("--loop") };

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "clientkeys.h"
 #include "diagnosis.h"
 #include "graph.h"
 #include "guards.h"
@@ -233,7 +234,9 @@ std::vector<Command> makeCommands()
             "Without ADDRESS the stream is resolved at the group's name service. --filter F (repeatable)\n"
             "subscribes the message types that begin with F; without filters everything comes in.\n"
             "--stream-group G resolves it in group G instead, --stream-host ADDRESS at another zelhost;\n"
-            "a wildcard address (tcp://0.0.0.0:PORT) is then dialled at that zelhost's host.",
+            "a wildcard address (tcp://0.0.0.0:PORT) is then dialled at that zelhost's host. With keys, the\n"
+            "processor learns that zelhost's public key from --stream-host ADDRESS#serverkey=KEY, else from\n"
+            "--server-key; an ADDRESS given by hand may end in #serverkey=KEY the same way.",
             3, 4, connect },
         { "start", gp + QStringLiteral(" [STREAM]"), "start a processor's stream (all when none is named)", "", 2, 3,
             [](Invocation& c) {
@@ -341,6 +344,11 @@ std::vector<Command> makeCommands()
             "message until each stream has N subscriptions. Deregisters at the end or on Ctrl-C.",
             1, 1, play },
         { "info", "FILE", "show a recording's channels, message counts, time span and size", "", 1, 1, mcapInfo, true },
+        { "keygen", "NAME", "write a new key pair: NAME.key (secret, owner only) and NAME.pub",
+            "The files hold one key each in Z85 text, as libzmq reads it. Give NAME.pub to the zelhosts that are\n"
+            "to let this client in (their AuthorizedKeysFolder); use NAME.key with --key, or as a zelhost's\n"
+            "ServerKeyFile, whose NAME.pub its clients then give as --server-key.",
+            1, 1, [](Invocation& c) { return clientkeys::keygen(c.args[0]); }, true },
         { "plugins", "[DIR]", "list the plug-ins beside zelhost (or in DIR) with their processor types", "", 0, 1,
             plugins, true },
     };

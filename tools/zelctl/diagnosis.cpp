@@ -1,11 +1,13 @@
 #include "diagnosis.h"
 
+#include "handshakeprobe.h"
 #include "hostfailure.h"
 #include "identities.h"
 #include "invocation.h"
 
 #include <zel/controlmessagehelper.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -62,7 +64,7 @@ int diagnoseSilence(SystemClient& client, std::string const& identity)
         ? std::nullopt
         : listed(client, manager, ControlMessageHelper::makeQueryProcessorGroupsMessage());
     if (!groups)
-        return say(ExitTimeout, QStringLiteral("zelhost at %1 does not answer: is it running?").arg(address));
+        return say(ExitTimeout, silenceReason(client.address(), std::min(client.timeout(), 2000)));
     QString const name = QString::fromStdString(identity);
     QString const groupsPrefix = QString::fromStdString(manager) + QLatin1Char('/');
     if (!name.startsWith(groupsPrefix))

@@ -3,6 +3,9 @@
 #include "endpointcheck.h"
 #include "identities.h"
 
+#include <zel/curvekeys.h>
+#include <zel/curvesecurity.h>
+
 #include <QUrl>
 
 #include <cstdio>
@@ -68,7 +71,11 @@ bool identityFits(std::string const& identity, QString const& name)
 
 bool acceptSourceAddress(Invocation& call, QString const& address)
 {
-    QString const problem = endpointProblem(address, false);
+    std::string key;
+    QString const bare = QString::fromStdString(zel::CurveSecurity::splitServerKey(address.toStdString(), key));
+    QString const problem = !key.empty() && !zel::CurveKeys::isKey(key)
+        ? QStringLiteral("the server key after #serverkey= is not 40 characters of Z85")
+        : endpointProblem(bare, false);
     if (problem.isEmpty() || forced(call))
         return true;
     return refuse(QStringLiteral("'%1' is not an address to connect to: %2").arg(address, problem));

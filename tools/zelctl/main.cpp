@@ -2,6 +2,7 @@
 // the router's frontend. Exit 0 on Success, 1 on Warning or Error or a target that does not exist,
 // 2 on a usage error or a refused request, 3 when no answer comes.
 
+#include "clientkeys.h"
 #include "commandline.h"
 #include "commands.h"
 #include "endpointcheck.h"
@@ -17,9 +18,12 @@ namespace {
 
 void printHelp()
 {
-    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] [--force] COMMAND [ARGS]\n"
+    std::printf("usage: zelctl [--address ADDR] [--timeout MS] [--xml] [--force] [--key FILE --server-key KEY]\n"
+                "              COMMAND [ARGS]\n"
                 "       zelctl --help | --version\n\n"
                 "Drives a running ZEL through its frontend address (default: $ZEL_ADDRESS).\n"
+                "--key FILE (default $ZEL_KEY) is this client's secret key and --server-key FILE or KEY\n"
+                "(default $ZEL_SERVER_KEY) zelhost's public key, for a zelhost with CURVE on (keygen).\n"
                 "--timeout is in milliseconds (default 4000); --xml prints the whole reply record;\n"
                 "--force sends what zelctl would refuse (a malformed address, a clashing name).\n\n"
                 "commands:\n");
@@ -86,6 +90,10 @@ int main(int argc, char** argv)
                                                               : zel::socketDefaultTimeout;
     if (!ok || timeout < -1)
         return usageError(QStringLiteral("--timeout takes milliseconds"));
+    QString keyError;
+    // A command that asks nobody does not read keys: keygen works whatever ZEL_KEY holds.
+    if (!command->local && !clientkeys::apply(line, keyError))
+        return usageError(keyError);
     try {
         SystemClient client(address.toStdString(), timeout);
         Invocation call { line, client, args };

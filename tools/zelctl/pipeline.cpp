@@ -2,7 +2,12 @@
 
 #include "jsonlines.h"
 
+#include <zel/curvekeys.h>
+#include <zel/curvesecurity.h>
+
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -226,9 +231,32 @@ void orderSteps(Pipeline& pipeline)
     }
 }
 
+// "hostKeys": host name -> its public key file (beside the pipeline file) or the key itself. The key
+// goes behind the host's address, where the sockets that reach it find it.
+void readHostKeys(Pipeline& pipeline, Reader const& r, QJsonObject const& o)
+{
+    QJsonValue const keys = o.value(QStringLiteral("hostKeys"));
+    if (!keys.isUndefined() && !keys.isObject())
+        r.fail(
+            QStringLiteral("hostKeys"), QStringLiteral("\"hostKeys\" takes an object: host name -> public key file"));
+    QDir const folder = QFileInfo(pipeline.path).dir();
+    for (QString const& name : keys.toObject().keys()) {
+        QString const path = QStringLiteral("hostKeys/") + name;
+        QString const given = r.text(keys.toObject(), QStringLiteral("hostKeys"), name, true);
+        if (!pipeline.hosts.contains(name))
+            r.fail(path, QStringLiteral("no host \"%1\" in \"hosts\"").arg(name));
+        std::string key = given.toStdString();
+        QString error;
+        if (!zel::CurveKeys::isKey(key) && !zel::CurveKeys::readKey(folder.absoluteFilePath(given), key, error))
+            r.fail(path, error);
+        pipeline.hosts[name]
+            = QString::fromStdString(zel::CurveSecurity::withServerKey(pipeline.hosts[name].toStdString(), key));
+    }
+}
+
 void readPipeline(Pipeline& pipeline, Reader const& r, QJsonValue const& root)
 {
-    QJsonObject const o = r.object(root, QString(), { "hosts", "groups" });
+    QJsonObject const o = r.object(root, QString(), { "hosts", "hostKeys", "groups" });
     QJsonValue const hosts = o.value(QStringLiteral("hosts"));
     if (!hosts.isUndefined() && !hosts.isObject())
         r.fail(QStringLiteral("hosts"), QStringLiteral("\"hosts\" takes an object: name -> frontend address"));
@@ -240,6 +268,7 @@ void readPipeline(Pipeline& pipeline, Reader const& r, QJsonValue const& root)
                                "tcp://10.0.0.1:7700")
                     .arg(name));
     }
+    readHostKeys(pipeline, r, o);
     QJsonArray const groups = r.array(o, QString(), QStringLiteral("groups"));
     for (int i = 0; i < groups.size(); ++i)
         pipeline.groups.push_back(readGroup(r, groups[i], QStringLiteral("groups/%1").arg(i), pipeline));

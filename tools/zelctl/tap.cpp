@@ -6,6 +6,7 @@
 
 #include <zel/context.h>
 #include <zel/controlmessagehelper.h>
+#include <zel/zmqhelper.h>
 
 #include <QByteArray>
 
@@ -161,7 +162,7 @@ int tap(Invocation& call)
 
     zmq::socket_t socket = zel::Context::createSocket(zmq::socket_type::sub);
     socket.set(zmq::sockopt::linger, 0);
-    socket.connect(address.toStdString());
+    zel::ZmqHelper::connectSocket(socket, address.toStdString());
     QStringList const filters = call.line.values(QStringLiteral("--filter"));
     for (QString const& filter : filters)
         socket.set(zmq::sockopt::subscribe, filter.toStdString());

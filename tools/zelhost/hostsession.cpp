@@ -16,6 +16,7 @@
 #include <QCoreApplication>
 #include <QDir>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -37,8 +38,10 @@ QString const addressKey = QStringLiteral("EnvironmentAddress");
 // in-process default address that nothing outside can reach. An empty one keeps the default.
 QString unknownKeysProblem(ICfg const& cfg, QString const& name)
 {
+    QStringList const known { addressKey, HostSecurity::serverKeyFileKey, HostSecurity::authorizedKeysFolderKey };
     QStringList const keys = cfg.GetKeys();
-    if (keys.isEmpty() || keys.contains(addressKey))
+    if (keys.isEmpty()
+        || std::any_of(keys.begin(), keys.end(), [&](QString const& key) { return known.contains(key); }))
         return {};
     return QStringLiteral("%1.ini has no key zelhost knows (%2); unknown: %3")
         .arg(name, addressKey, keys.join(QStringLiteral(", ")));
@@ -128,10 +131,10 @@ bool HostSession::load()
 
 bool HostSession::execute()
 {
+    QString const configFolder = qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath());
     std::unique_ptr<ICfg> const cfg(CfgCenter::CreateCfg(name, ICfg::Application, QString()));
     if (!cfg) {
-        reason = QStringLiteral("no configuration %1.ini in %2")
-                     .arg(name, qEnvironmentVariable("ZEL_CONFIG_DIR", QDir::currentPath()));
+        reason = QStringLiteral("no configuration %1.ini in %2").arg(name, configFolder);
         return false;
     }
     address = cfg->GetValue(addressKey, defaultFrontendAddress, 0);
@@ -140,7 +143,7 @@ bool HostSession::execute()
         reason = QStringLiteral("%1 '%2' is refused: %3").arg(addressKey, address, addressProblem);
     else
         reason = unknownKeysProblem(*cfg, name);
-    if (!reason.isEmpty())
+    if (!reason.isEmpty() || !security.start(*cfg, configFolder, reason))
         return false;
     std::wstring const wideName = name.toStdWString();
     instance = create(wideName.c_str());
@@ -186,5 +189,6 @@ void HostSession::stop()
         destroy(instance);
         instance = nullptr;
     }
+    security.stop();
     IAbstractTerminationTarget::terminateAll();
 }

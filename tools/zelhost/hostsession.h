@@ -1,6 +1,7 @@
 #pragma once
 
 #include "failureservice.h"
+#include "hostsecurity.h"
 
 #include <zel/loadinterface.h>
 #include <zel/servicefailure.h>
@@ -23,6 +24,8 @@ public:
     bool start();
     QString const& frontendAddress() const { return address; }
     QString const& failureReason() const { return reason; }
+    // Empty unless the configuration turns CURVE on.
+    QString const& publicKey() const { return security.publicKey(); }
     // The router or the group manager, when one has ended by a failure while the environment runs.
     std::optional<zel::ServiceFailure> serviceFailure() const;
     // Shutdown, HXDestroy, then the termination targets (the ZeroMQ context).
@@ -40,6 +43,7 @@ private:
     HXCreateFunction create = nullptr;
     HXDestroyFunction destroy = nullptr;
     zel::IDllInstance* instance = nullptr;
+    HostSecurity security; // on before the environment starts, off after it has stopped
     // Runs while the environment does; stopped before it.
     std::unique_ptr<zel::ZmqControllableThread<FailureService>> failureService;
 };

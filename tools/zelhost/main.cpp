@@ -28,10 +28,18 @@ reason, stops the rest and exits 3, so that a supervisor can start it again.
 Exit: 0 after a clean stop, 1 when the environment did not start, 2 on a usage error, 3 when a
 service ended by a failure.
 
-The configuration is read from the folder in ZEL_CONFIG_DIR, else the current folder. Its one key,
-EnvironmentAddress, is where the router's frontend binds, e.g.
+The configuration is read from the folder in ZEL_CONFIG_DIR, else the current folder. Its key
+EnvironmentAddress is where the router's frontend binds, e.g.
     EnvironmentAddress=tcp://127.0.0.1:5555
 (default inproc://zel/__router__external__, reachable only inside this process).
+
+Two more keys turn on CURVE, encryption and authentication of every TCP socket: the frontend and
+the streams that processors bind or connect over TCP. Give both or neither; relative paths are
+taken from the configuration's folder:
+    ServerKeyFile=host.key            this host's secret key (zelctl keygen host), mode 0600
+    AuthorizedKeysFolder=authorized   the public keys (*.pub) of the clients let in, one per file
+Clients then need a key of their own whose .pub is in that folder, and this host's public key
+(zelctl --key FILE --server-key host.pub). A refused client is traced with its address.
 
 Environment:
   ZEL_CONFIG_DIR   folder of NAME.ini
@@ -107,6 +115,8 @@ int main(int argc, char** argv)
         return 1;
     }
     std::printf("zelhost: ready at %s\n", qPrintable(session.frontendAddress()));
+    if (!session.publicKey().isEmpty())
+        std::printf("zelhost: CURVE on, public key %s\n", qPrintable(session.publicKey()));
     std::fflush(stdout);
     int const code = superviseUntilStopped(session);
     session.stop();
