@@ -12,7 +12,8 @@
 
 namespace {
 
-int const watchedEvents = ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH
+// A refused connection tells at once that nothing listens, so that a dead host costs no extra wait.
+int const watchedEvents = ZMQ_EVENT_CONNECT_RETRIED | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH
     | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL;
 
 // A monitor message: the event (16 bits) and its value (32 bits), then the endpoint.
@@ -32,6 +33,8 @@ bool nextEvent(zmq::socket_t& monitor, int timeoutMs, uint16_t& event)
 Handshake handshakeOf(uint16_t event)
 {
     switch (event) {
+    case ZMQ_EVENT_CONNECT_RETRIED:
+        return Handshake::Silent;
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
         return Handshake::Accepted;
     case ZMQ_EVENT_HANDSHAKE_FAILED_AUTH:
