@@ -5,6 +5,7 @@
 #include <framepair.h>
 
 #include <zel/context.h>
+#include <zel/zmqhelper.h>
 
 #include <algorithm>
 
@@ -46,7 +47,7 @@ Recorder::Recorder(
         zmq::socket_t socket = zel::Context::createSocket(zmq::socket_type::sub);
         socket.set(zmq::sockopt::linger, 0);
         socket.set(zmq::sockopt::rcvhwm, receiveHighWater);
-        socket.connect(stream.address);
+        zel::ZmqHelper::connectSocket(socket, stream.address); // with the keys, when zelctl has them
         for (std::string const& filter : filters)
             socket.set(zmq::sockopt::subscribe, filter);
         if (filters.empty())
