@@ -32,7 +32,6 @@ public:
     bool queryStreams(QVector<zelmsg::DataStream>& streams) override { return (streams << zelmsg::DataStream(), true); }
 };
 
-// Keeps what the handler sends.
 struct ReplySocket
 {
     void sendMessage(zel::ControlMessage const& message) { reply = message; }
