@@ -25,30 +25,13 @@ public:
     bool start(QString const&) override { return true; }
     bool stop(QString const& name) override { return name != QLatin1String("refused"); }
     bool setParameter(QString const& name, QString const&) override { return name == QLatin1String("a"); }
-    bool getParameter(QString const& name, QString& value) override
-    {
-        value = QStringLiteral("1");
-        return name == QLatin1String("a");
-    }
-    bool getParameterList(QStringList& names) override
-    {
-        names << QStringLiteral("a");
-        return true;
-    }
+    bool getParameter(QString const& name, QString& value) override { return (value = "1", name == "a"); }
+    bool getParameterList(QStringList& names) override { return (names << "a", true); }
     bool startNewRecording(QString&) override { return false; }
-    bool querySources(QVector<zelmsg::DataSource>& sources) override
-    {
-        sources.append(zelmsg::DataSource());
-        return true;
-    }
-    bool queryStreams(QVector<zelmsg::DataStream>& streams) override
-    {
-        streams.append(zelmsg::DataStream());
-        return true;
-    }
+    bool querySources(QVector<zelmsg::DataSource>& sources) override { return (sources << zelmsg::DataSource(), true); }
+    bool queryStreams(QVector<zelmsg::DataStream>& streams) override { return (streams << zelmsg::DataStream(), true); }
 };
 
-// Keeps what the handler sends.
 struct ReplySocket
 {
     void sendMessage(zel::ControlMessage const& message) { reply = message; }
@@ -120,14 +103,13 @@ TEST(ProcessorStatistics, AnswerTheReservedNameWithTheirCounters)
     EXPECT_EQ(reply.GetResultType(), ControlMessage::Success);
     EXPECT_EQ(reply.GetParameterName(), QStringLiteral("zel.stats"));
     QJsonObject const json = QJsonDocument::fromJson(reply.GetParameter().toUtf8()).object();
-    EXPECT_EQ(json["type"].toString(), "demo.Relay");
-    EXPECT_EQ(json["state"].toString(), "running");
-    EXPECT_EQ(json["inputs"].toArray().at(0)["messages"].toDouble(), 2);
-    EXPECT_EQ(json["inputs"].toArray().at(0)["bytes"].toDouble(), 12);
-    EXPECT_EQ(json["streams"].toArray().at(0)["name"].toString(), "relayed");
-    EXPECT_EQ(json["streams"].toArray().at(0)["bytes"].toDouble(), 7);
-    EXPECT_EQ(json["wakeUps"].toDouble(), 1);
-    EXPECT_EQ(json["batches"].toDouble(), 1);
+    QJsonObject const in = json["inputs"].toArray().at(0).toObject();
+    QJsonObject const out = json["streams"].toArray().at(0).toObject();
+    EXPECT_EQ(json["type"].toString() + " " + json["state"].toString() + " " + out["name"].toString(),
+        "demo.Relay running relayed");
+    for (auto const& [value, expected] : { std::pair { in["messages"], 2 }, { in["bytes"], 12 }, { out["bytes"], 7 },
+             { json["wakeUps"], 1 }, { json["batches"], 1 } })
+        EXPECT_EQ(value.toDouble(), expected);
     EXPECT_GE(json["lastMessageAgoNs"].toDouble(), 0);
 
     statistics.clearStreams();

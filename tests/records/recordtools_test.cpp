@@ -10,13 +10,7 @@ using zel::ControlMessageHelper;
 namespace {
 
 QString const in = QStringLiteral("in");
-QVector<QString> filters(std::initializer_list<char const*> names)
-{
-    QVector<QString> result;
-    for (char const* name : names)
-        result.append(QString::fromUtf8(name));
-    return result;
-}
+using Names = QVector<QString>;
 
 Processor withStreams(std::initializer_list<char const*> names)
 {
@@ -34,15 +28,15 @@ Processor withStreams(std::initializer_list<char const*> names)
 TEST(ConfigToolSources, OncePerAddressAndFiltersOnlyGrowUntilAnEmptyListClearsThem)
 {
     Processor config;
-    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, filters({ "a" })));
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, Names({ "a" })));
     EXPECT_TRUE(ConfigTool::addDataSource(config, in));
     EXPECT_FALSE(ConfigTool::addDataSource(config, in));
     EXPECT_EQ(ConfigTool::getDataSource(config, QStringLiteral("IN")), nullptr);
 
-    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, filters({ "a", "a" })));
-    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, filters({ "a" })));
-    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, filters({ "b", "a" })));
-    EXPECT_EQ(ConfigTool::getDataFilter(config, in), filters({ "a", "b" }));
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, Names({ "a", "a" })));
+    EXPECT_FALSE(ConfigTool::addDataFilter(config, in, Names({ "a" })));
+    EXPECT_TRUE(ConfigTool::addDataFilter(config, in, Names({ "b", "a" })));
+    EXPECT_EQ(ConfigTool::getDataFilter(config, in), Names({ "a", "b" }));
     EXPECT_TRUE(ConfigTool::addDataFilter(config, in, {}));
     EXPECT_FALSE(ConfigTool::getDataSource(config, in)->IsFilterSet());
 }
@@ -60,8 +54,8 @@ TEST(ConfigToolStreams, FindExactlyAndRun)
 
 TEST(ConfigToolText, AddressListAndRootElement)
 {
-    EXPECT_EQ(ConfigTool::getAddressList(filters({ "a", "b" }), QStringLiteral(";")), QStringLiteral("a;b"));
-    EXPECT_EQ(ConfigTool::getAddressList(filters({ "", "a", "", "b" }), QStringLiteral(";")), QStringLiteral("a;;b"));
+    EXPECT_EQ(ConfigTool::getAddressList(Names({ "a", "b" }), QStringLiteral(";")), QStringLiteral("a;b"));
+    EXPECT_EQ(ConfigTool::getAddressList(Names({ "", "a", "", "b" }), QStringLiteral(";")), QStringLiteral("a;;b"));
 
     EXPECT_EQ(ConfigTool::getRootElement(QStringLiteral("<?xml version=\"1.0\"?><x:Processor xmlns:x=\"u\"/>")),
         QStringLiteral("Processor"));

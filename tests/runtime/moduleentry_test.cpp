@@ -31,7 +31,6 @@ protected:
         file.write(content);
     }
 
-    // Execute fails, and its last trace says so.
     void expectExecuteFails()
     {
         zeltest::TraceCapture traces;

@@ -21,7 +21,6 @@ using namespace zeltest;
 
 namespace {
 
-// The lab plug-in registered with the Environment of each test.
 class ControlPlaneTest : public EnvironmentTest
 {
 protected:

@@ -122,10 +122,8 @@ protected:
 
     bool getParameter(QString const& name, QString& value) override
     {
-        if (behaviour.refuseAll || !values.contains(name))
-            return false;
-        value = values[name];
-        return true;
+        value = values.value(name, value);
+        return !behaviour.refuseAll && values.contains(name);
     }
 
     bool getParameterList(QStringList& list) override
