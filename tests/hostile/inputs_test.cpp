@@ -44,21 +44,17 @@ protected:
 
     std::string frontend() const { return host->address.toStdString(); }
 
-    // The group's reply to a Create; fails the test when there is none.
-    ControlMessage create(std::string const& type, std::string const& name, zelmsg::Processor const& config = {})
+    // The group's reply to a request; fails the test when there is none.
+    ControlMessage groupAnswer(ControlMessage const& request)
     {
-        std::optional<ControlMessage> const reply
-            = client->request(groupIdentity("g"), ControlMessageHelper::makeCreateProcessorMessage(type, name, config));
-        EXPECT_TRUE(reply) << "no answer to Create " << type;
+        std::optional<ControlMessage> const reply = client->request(groupIdentity("g"), request);
+        EXPECT_TRUE(reply) << "no answer to " << request.GetXmlString().toStdString();
         return reply.value_or(ControlMessage());
     }
 
-    ControlMessage deleteProcessor(std::string const& name)
+    ControlMessage create(std::string const& type, std::string const& name, zelmsg::Processor const& config = {})
     {
-        std::optional<ControlMessage> const reply
-            = client->request(groupIdentity("g"), ControlMessageHelper::makeDeleteProcessorMessage(name));
-        EXPECT_TRUE(reply) << "no answer to Delete " << name;
-        return reply.value_or(ControlMessage());
+        return groupAnswer(ControlMessageHelper::makeCreateProcessorMessage(type, name, config));
     }
 
     // The manager's reply to a raw payload, read back as a record.
@@ -173,7 +169,8 @@ TEST_F(HostileInputs, IpcSocketFileGoesWithItsStream)
         ControlMessage::Success);
     EXPECT_EQ(fileType(socketPath), static_cast<mode_t>(S_IFSOCK));
     // Bound again at the same path: a socket file left behind is no file of anybody's.
-    ASSERT_EQ(deleteProcessor("gen").GetResultType(), ControlMessage::Success);
+    ASSERT_EQ(
+        groupAnswer(ControlMessageHelper::makeDeleteProcessorMessage("gen")).GetResultType(), ControlMessage::Success);
     EXPECT_EQ(fileType(socketPath), 0u) << "socket file left after Delete";
     ASSERT_EQ(
         create("demo.Generator", "gen", ControlMessageHelper::makeProcessorConfig("out", address)).GetResultType(),
@@ -215,7 +212,8 @@ TEST_F(HostileInputs, ThrowingHandlerTellsItsReason)
     EXPECT_EQ(params.err, "zelctl: processor 't' in group 'g' ended by a failure: reason-7f3a\n");
     ZelctlResult const graph = runZelctl({ "--timeout", "500", "graph" }, host->address);
     EXPECT_TRUE(graph.lines().contains(QStringLiteral("  t  (ended by a failure: reason-7f3a)"))) << graph;
-    ASSERT_EQ(deleteProcessor("t").GetResultType(), ControlMessage::Success);
+    ASSERT_EQ(
+        groupAnswer(ControlMessageHelper::makeDeleteProcessorMessage("t")).GetResultType(), ControlMessage::Success);
     ASSERT_EQ(create("markplugin.Thrower", "t").GetResultType(), ControlMessage::Success);
     known = client->request("zelhost", ask);
     ASSERT_TRUE(known);
