@@ -36,9 +36,7 @@ constexpr auto promptly = 2000ms;
 std::unique_ptr<ZelhostProcess> startedHost(QProcessEnvironment const& extra = {})
 {
     auto host = ZelhostProcess::listeningAt();
-    QProcessEnvironment env = host->process().processEnvironment();
-    env.insert(extra);
-    host->process().setProcessEnvironment(env);
+    host->addEnvironment(extra);
     EXPECT_TRUE(host->startReady());
     return host;
 }

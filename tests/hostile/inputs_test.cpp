@@ -31,9 +31,7 @@ protected:
     void startHost(QProcessEnvironment const& extra = {})
     {
         host = ZelhostProcess::listeningAt();
-        QProcessEnvironment env = host->process().processEnvironment();
-        env.insert(extra);
-        host->process().setProcessEnvironment(env);
+        host->addEnvironment(extra);
         ASSERT_TRUE(host->startReady());
         client = std::make_unique<FrontendClient>(frontend());
         std::optional<ControlMessage> const made
