@@ -145,7 +145,6 @@ TEST_F(HostileInputs, IpcStreamOverAFileIsRefused)
     EXPECT_EQ(reply.GetMessageText().toStdString(),
         "Processor of type 'demo.Generator' could not be created: 'Thread failed: ControllableThread::run() failed: "
         "File exists'.");
-    EXPECT_EQ(fileType(victim), static_cast<mode_t>(S_IFREG));
     QFile file(victim);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("precious"));
@@ -174,10 +173,8 @@ TEST_F(HostileInputs, IpcSocketFileGoesWithItsStream)
         create("demo.Generator", "gen", ControlMessageHelper::makeProcessorConfig("out", address)).GetResultType(),
         ControlMessage::Success);
     EXPECT_EQ(fileType(socketPath), static_cast<mode_t>(S_IFSOCK));
-    std::optional<ControlMessage> const gone
-        = client->request(managerIdentity(), ControlMessageHelper::makeDeleteProcessorGroupMessage("g"));
-    ASSERT_TRUE(gone);
-    EXPECT_EQ(gone->GetResultType(), ControlMessage::Success);
+    EXPECT_EQ(outcome(client->request(managerIdentity(), ControlMessageHelper::makeDeleteProcessorGroupMessage("g"))),
+        "Success");
     EXPECT_EQ(fileType(socketPath), 0u) << "socket file left after DeleteGroup";
     EXPECT_TRUE(hostServes(frontend()));
 }
@@ -191,12 +188,10 @@ TEST_F(HostileInputs, ThrowingHandlerTellsItsReason)
     client->send(processorIdentity("g", "t"), ControlMessageHelper::makeSetParameterMessage("any", "reason-7f3a"));
     // The thread ends without a reply, as any failure in a handler does: one short wait shows it.
     EXPECT_FALSE(client->receive(std::chrono::milliseconds(500)));
-    EXPECT_TRUE(waitUntil([&] { return host->standardError().contains(QStringLiteral("reason-7f3a")); }))
-        << "the reason never reached zelhost's output: " << host->standardError().toStdString();
     std::string const identity = processorIdentity("g", "t");
-    EXPECT_TRUE(host->standardError().contains(
-        QStringLiteral("Processor '%1' ended by a failure: reason-7f3a").arg(QString::fromStdString(identity))))
-        << host->standardError().toStdString();
+    QString const told
+        = QStringLiteral("Processor '%1' ended by a failure: reason-7f3a").arg(QString::fromStdString(identity));
+    EXPECT_TRUE(waitUntil([&] { return host->standardError().contains(told); })) << host->standardError().toStdString();
 
     // zelhost keeps the reason for whoever asks, until a processor starts under the identity again.
     ControlMessage const ask = ControlMessageHelper::makeGetParameterMessage(identity);
