@@ -36,9 +36,7 @@ constexpr auto promptly = 2000ms;
 std::unique_ptr<ZelhostProcess> startedHost(QProcessEnvironment const& extra = {})
 {
     auto host = ZelhostProcess::listeningAt();
-    QProcessEnvironment env = host->process().processEnvironment();
-    env.insert(extra);
-    host->process().setProcessEnvironment(env);
+    host->addEnvironment(extra);
     EXPECT_TRUE(host->startReady());
     return host;
 }
@@ -207,10 +205,8 @@ TEST(HostileFaults, ConcurrentDeletesLeaveAPromptStop)
     QTemporaryDir dir;
     QStringList files;
     for (int i = 0; i < 16; ++i) {
-        QFile file(dir.filePath(QStringLiteral("p%1.json").arg(i)));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(pipeline).replace("\"demo\"", QStringLiteral("\"g%1\"").arg(i).toUtf8()));
-        files << file.fileName();
+        files << zeltest::writeFile(dir, QStringLiteral("p%1.json").arg(i),
+            QByteArray(pipeline).replace("\"demo\"", QStringLiteral("\"g%1\"").arg(i).toUtf8()));
     }
     for (bool const byGroup : { false, true, false }) {
         SCOPED_TRACE(byGroup ? "delete-group" : "down");
@@ -218,15 +214,11 @@ TEST(HostileFaults, ConcurrentDeletesLeaveAPromptStop)
         for (QString const& file : files)
             ASSERT_EQ(zeltest::runZelctl({ "apply", file }, host->address).exitCode, 0);
         std::vector<std::unique_ptr<QProcess>> deletes;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("ZEL_ADDRESS"), host->address);
-        for (int i = 0; i < files.size(); ++i) {
-            deletes.push_back(std::make_unique<QProcess>());
-            deletes.back()->setProcessEnvironment(env);
-            deletes.back()->start(QStringLiteral(ZEL_BIN_DIR "/zelctl"),
-                byGroup ? QStringList { "delete-group", QStringLiteral("g%1").arg(i) }
-                        : QStringList { "down", files[i] });
-        }
+        for (int i = 0; i < files.size(); ++i)
+            deletes.push_back(
+                zeltest::startZelctl(byGroup ? QStringList { "delete-group", QStringLiteral("g%1").arg(i) }
+                                             : QStringList { "down", files[i] },
+                    host->address));
         for (auto& del : deletes) {
             ASSERT_TRUE(del->waitForFinished(30000));
             EXPECT_EQ(del->exitCode(), 0) << del->readAllStandardError().toStdString();

@@ -1,5 +1,6 @@
 #include "zelctlrun.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 
@@ -10,12 +11,22 @@ std::ostream& operator<<(std::ostream& os, ZelctlResult const& r)
     return os << "exit " << r.exitCode << ", stdout [" << r.out << "], stderr [" << r.err << "]";
 }
 
-ZelctlResult runZelctl(QStringList const& arguments, QString const& address, QStringList const& launcher)
+namespace {
+
+QProcessEnvironment environmentFor(QString const& address)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove(QStringLiteral("ZEL_ADDRESS"));
     if (!address.isNull())
         env.insert(QStringLiteral("ZEL_ADDRESS"), address);
+    return env;
+}
+
+} // namespace
+
+ZelctlResult runZelctl(QStringList const& arguments, QString const& address, QStringList const& launcher)
+{
+    QProcessEnvironment const env = environmentFor(address);
     QStringList command = launcher;
     command << QStringLiteral(ZEL_BIN_DIR "/zelctl") << arguments;
     auto const started = std::chrono::steady_clock::now();
@@ -31,6 +42,23 @@ ZelctlResult runZelctl(QStringList const& arguments, QString const& address, QSt
     result.out = process.readAllStandardOutput().toStdString();
     result.err = process.readAllStandardError().toStdString();
     return result;
+}
+
+std::unique_ptr<QProcess> startZelctl(QStringList const& arguments, QString const& address)
+{
+    auto process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(environmentFor(address));
+    process->start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), arguments);
+    return process;
+}
+
+QString writeFile(QTemporaryDir const& dir, QString const& name, QByteArray const& text)
+{
+    QString const path = dir.filePath(name);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(text);
+    return path;
 }
 
 } // namespace zeltest

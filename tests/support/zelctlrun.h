@@ -3,7 +3,12 @@
 #include <QString>
 #include <QStringList>
 
+#include <QByteArray>
+#include <QProcess>
+#include <QTemporaryDir>
+
 #include <chrono>
+#include <memory>
 #include <ostream>
 #include <string>
 
@@ -25,5 +30,11 @@ std::ostream& operator<<(std::ostream& os, ZelctlResult const& r);
 // One zelctl call of the build with ZEL_ADDRESS set to `address` (unset for a null one); run
 // through `launcher` when one is given (such as ip netns exec NAME).
 ZelctlResult runZelctl(QStringList const& arguments, QString const& address, QStringList const& launcher = {});
+
+// A zelctl that runs beside the test, such as a recorder, a player or serve.
+std::unique_ptr<QProcess> startZelctl(QStringList const& arguments, QString const& address);
+
+// `text` written to `name` in `dir`, for a command to read; the file's path.
+QString writeFile(QTemporaryDir const& dir, QString const& name, QByteArray const& text);
 
 } // namespace zeltest

@@ -75,6 +75,13 @@ bool ZelhostProcess::waitForExit(std::chrono::milliseconds deadline)
     return proc.state() == QProcess::NotRunning || proc.waitForFinished(static_cast<int>(deadline.count()));
 }
 
+void ZelhostProcess::addEnvironment(QProcessEnvironment const& extra)
+{
+    QProcessEnvironment env = proc.processEnvironment();
+    env.insert(extra);
+    proc.setProcessEnvironment(env);
+}
+
 void ZelhostProcess::sendSignal(int signal) { ::kill(static_cast<pid_t>(proc.processId()), signal); }
 
 QString ZelhostProcess::standardError()

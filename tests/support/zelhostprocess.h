@@ -22,6 +22,8 @@ public:
     // Configured with EnvironmentAddress=`address` alone; a free loopback port when none is given.
     static std::unique_ptr<ZelhostProcess> listeningAt(QString address = {});
 
+    // Variables the process gets on top of the test's own.
+    void addEnvironment(QProcessEnvironment const& extra);
     bool start();
     // Starts it and waits for "zelhost: ready at <address>"; a failure carries what zelhost said.
     testing::AssertionResult startReady();

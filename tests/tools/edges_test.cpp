@@ -2,8 +2,7 @@
 // a failed create, the plug-in search order, the socket limit, and the HttpBridge pipeline example.
 
 #include "support/polling.h"
-#include "support/zelctlrun.h"
-#include "support/zelhostprocess.h"
+#include "support/zelctltest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,18 +19,10 @@ using testing::StartsWith;
 
 namespace {
 
+using zeltest::writeFile;
 using Result = zeltest::ZelctlResult;
 
 QString const bin = QStringLiteral(ZEL_BIN_DIR);
-
-QString writeFile(QTemporaryDir const& dir, QString const& name, QByteArray const& text)
-{
-    QString const path = dir.filePath(name);
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(text);
-    return path;
-}
 
 QByteArray readFile(QString const& path)
 {
@@ -39,15 +30,7 @@ QByteArray readFile(QString const& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-class ZelctlEdges : public testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_TRUE(host->startReady()); }
-
-    Result run(QStringList const& arguments) { return zeltest::runZelctl(arguments, host->address); }
-
-    std::unique_ptr<zeltest::ZelhostProcess> host = zeltest::ZelhostProcess::listeningAt();
-};
+using ZelctlEdges = zeltest::ZelctlTest;
 
 } // namespace
 
@@ -61,7 +44,7 @@ TEST_F(ZelctlEdges, SystemTextsStandAsTheyAreWithFollowUpsOnLinesOfTheirOwn)
         EXPECT_EQ(none.out, "") << command.toStdString();
         EXPECT_EQ(none.err, "zelctl: no groups\n") << command.toStdString();
     }
-    ASSERT_EQ(run({ "create-group", "g" }).exitCode, 0);
+    ok({ "create-group", "g" });
 
     auto const failedCreate = [](char const* type) {
         return "zelctl: Error: Processor of type '" + std::string(type) + "' could not be created.\n";
@@ -107,7 +90,7 @@ TEST_F(ZelctlEdges, AddressesZeroMqWouldMisreadAreRefusedBeforeAnythingIsSent)
     EXPECT_THAT(port.err,
         HasSubstr("'tcp://127.0.0.1:99999' is not an address to connect to: the port must be a "
                   "number from 1 to 65535"));
-    ASSERT_EQ(run({ "create-group", "g" }).exitCode, 0);
+    ok({ "create-group", "g" });
     Result const name
         = run({ "create", "g", "p", "demo.Relay", "--stream", "s", "--stream-address", "tcp://localhost:*" });
     EXPECT_EQ(name.exitCode, 2) << name;
@@ -161,11 +144,14 @@ TEST_F(ZelctlEdges, TheWebPipelineExamplePostsToZelsink)
     sink.start(bin + "/zelsink", QStringList());
     ASSERT_TRUE(sink.waitForStarted());
     QByteArray said;
-    ASSERT_TRUE(zeltest::waitUntil([&] {
-        sink.waitForReadyRead(100);
-        said += sink.readAllStandardOutput();
-        return said.contains('\n');
-    })) << said.toStdString();
+    auto const sinkSays = [&](char const* text) {
+        return zeltest::waitUntil([&] {
+            sink.waitForReadyRead(100);
+            said += sink.readAllStandardOutput();
+            return said.contains(text);
+        });
+    };
+    ASSERT_TRUE(sinkSays("\n")) << said.toStdString();
     QByteArray const url = said.mid(said.indexOf("http://")).trimmed();
     QByteArray example = readFile(QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/web.json"));
     ASSERT_TRUE(example.contains("http://127.0.0.1:8080/"));
@@ -174,13 +160,9 @@ TEST_F(ZelctlEdges, TheWebPipelineExamplePostsToZelsink)
     Result const applied = run({ "apply", writeFile(dir, "web.json", example) });
     EXPECT_EQ(applied.exitCode, 0) << applied;
     EXPECT_THAT(applied.out, HasSubstr("connected processor web/post to stream numbers of group web"));
-    EXPECT_TRUE(zeltest::waitUntil([&] {
-        sink.waitForReadyRead(100);
-        said += sink.readAllStandardOutput();
-        return said.contains("POSTs");
-    })) << said.toStdString();
+    EXPECT_TRUE(sinkSays("POSTs")) << said.toStdString();
     EXPECT_THAT(said.toStdString(), HasSubstr("content-type application/octet-stream"));
-    EXPECT_EQ(run({ "down", writeFile(dir, "web.json", example) }).exitCode, 0);
+    ok({ "down", writeFile(dir, "web.json", example) });
     sink.kill();
     sink.waitForFinished();
 }

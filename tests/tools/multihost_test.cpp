@@ -137,11 +137,7 @@ QString securedPipeline(QTemporaryDir const& dir, zeltest::KeyRing& keys)
     QJsonObject root = QJsonDocument::fromJson(plain.readAll()).object();
     root[QStringLiteral("hostKeys")]
         = QJsonObject { { "a", keys.publicKeyFile("a") }, { "b", keys.publicKeyFile("b") } };
-    QString const path = dir.filePath(QStringLiteral("twohosts.json"));
-    QFile secured(path);
-    secured.open(QIODevice::WriteOnly);
-    secured.write(QJsonDocument(root).toJson());
-    return path;
+    return zeltest::writeFile(dir, QStringLiteral("twohosts.json"), QJsonDocument(root).toJson());
 }
 
 class Multihost : public testing::TestWithParam<bool>

@@ -41,12 +41,7 @@ class Observe : public zeltest::ZelctlTest
 protected:
     void applyPipeline()
     {
-        QString const path = dir.filePath(QStringLiteral("pipeline.json"));
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(pipeline.toUtf8());
-        file.close();
-        ok({ "apply", path });
+        ok({ "apply", zeltest::writeFile(dir, QStringLiteral("pipeline.json"), pipeline.toUtf8()) });
     }
 
     // A processor's statistics, as any client reads them: the reserved parameter.

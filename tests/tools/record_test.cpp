@@ -1,6 +1,5 @@
 #include "support/polling.h"
-#include "support/zelctlrun.h"
-#include "support/zelhostprocess.h"
+#include "support/zelctltest.h"
 
 #include <framepair.h>
 #include <mcapcompression.h>
@@ -12,7 +11,6 @@
 
 #include <QFile>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <csignal>
@@ -47,29 +45,12 @@ std::vector<Recorded> readRecording(QString const& path)
     return messages;
 }
 
-class Record : public testing::Test
+class Record : public zeltest::ZelctlTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(host->startReady()); }
-
-    Result run(QStringList const& arguments) { return zeltest::runZelctl(arguments, host->address); }
-
-    Result ok(QStringList const& arguments)
-    {
-        Result const r = run(arguments);
-        EXPECT_EQ(r.exitCode, 0) << arguments.join(' ').toStdString() << ": " << r;
-        return r;
-    }
-
-    // A zelctl that runs beside the test, such as a recorder or a player.
     std::unique_ptr<QProcess> start(QStringList const& arguments)
     {
-        auto process = std::make_unique<QProcess>();
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("ZEL_ADDRESS"), host->address);
-        process->setProcessEnvironment(env);
-        process->start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), arguments);
-        return process;
+        return zeltest::startZelctl(arguments, host->address);
     }
 
     // The first line a background zelctl prints, such as the player's "playing ...".
@@ -89,7 +70,6 @@ protected:
         return testing::AssertionSuccess();
     }
 
-    std::unique_ptr<zeltest::ZelhostProcess> host = zeltest::ZelhostProcess::listeningAt();
     QTemporaryDir dir;
 };
 

@@ -93,6 +93,11 @@ TEST_F(Secured, AnAuthorizedClientGetsEveryCommandAndItsStreamsFlowEncrypted)
     EXPECT_THAT(alice({ "graph" }).out, HasSubstr("counter"));
     Result const tapped = alice({ "tap", "demo", "numbers", "--count", "3", "--format", "text" });
     EXPECT_EQ(tapped.lines().size(), 3) << tapped;
+    EXPECT_THAT(alice({ "top", "--once", "demo" }).out, HasSubstr("generator"));
+    QTemporaryDir dir;
+    QString const recording = dir.filePath("numbers.mcap");
+    alice({ "record", "-o", recording, "demo", "numbers", "--count", "5" });
+    EXPECT_GT(QFile(recording).size(), 0);
 
     QString const resolved = alice({ "resolve", "demo", "numbers" }).lines().value(1);
     std::string const stream = resolved.mid(resolved.indexOf(QStringLiteral("tcp://"))).toStdString();

@@ -12,7 +12,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -31,31 +30,27 @@ class Server
 {
 public:
     explicit Server(QString const& address)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("ZEL_ADDRESS"), address);
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), { "serve", "--listen", "127.0.0.1:0" });
-    }
+        : process(zeltest::startZelctl({ "serve", "--listen", "127.0.0.1:0" }, address))
+    { }
     ~Server()
     {
-        process.terminate();
-        if (!process.waitForFinished(10000))
-            process.kill();
+        process->terminate();
+        if (!process->waitForFinished(10000))
+            process->kill();
     }
 
     // The page's address, from the line zelctl prints once it listens.
     QString url()
     {
-        if (!zeltest::waitUntil([&] { return process.canReadLine(); }))
+        if (!zeltest::waitUntil([&] { return process->canReadLine(); }))
             return {};
         QRegularExpressionMatch const match
             = QRegularExpression(QStringLiteral("^serving (http://[^ ]+) \\(loopback only"))
-                  .match(QString::fromUtf8(process.readLine()));
+                  .match(QString::fromUtf8(process->readLine()));
         return match.hasMatch() ? match.captured(1) : QString();
     }
 
-    QProcess process;
+    std::unique_ptr<QProcess> const process;
 };
 
 // True once the JSON behind the page has both links with messages flowing.
@@ -110,7 +105,7 @@ TEST(ServeInBrowser, ShowsTheDemoPipelineWithRates)
     ASSERT_EQ(applied.exitCode, 0) << applied;
     Server server(host->address);
     QString const url = server.url();
-    ASSERT_FALSE(url.isEmpty()) << server.process.readAllStandardError().toStdString();
+    ASSERT_FALSE(url.isEmpty()) << server.process->readAllStandardError().toStdString();
     ASSERT_TRUE(zeltest::waitUntil([&] { return ratesFlow(url); }));
 
     QString const dom = chromium({ "--dump-dom" }, url);

@@ -14,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -33,15 +32,7 @@ namespace {
 using namespace std::chrono_literals;
 
 using Result = zeltest::ZelctlResult;
-
-QString writeFile(QTemporaryDir const& dir, QString const& name, QString const& text)
-{
-    QString const path = dir.filePath(name);
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(text.toUtf8());
-    return path;
-}
+using zeltest::writeFile;
 
 QString const demoFile = QStringLiteral(ZEL_SOURCE_DIR "/examples/pipelines/demo.json");
 
@@ -84,7 +75,7 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
     config.GetDataStream().first().AppendAddress(QStringLiteral("tcp://127.0.0.1:*"));
     QTemporaryDir dir;
     ok({ "create", "pipe", "counter", "demo.Counter", "--config",
-        writeFile(dir, "counter.xml", config.GetXmlString()) });
+        writeFile(dir, "counter.xml", config.GetXmlString().toUtf8()) });
     ok({ "create", "pipe", "web", "HttpBridge", "--stream", "counted", "--stream-address", "http://127.0.0.1:9/in",
         "--content-type", "text/plain" });
     EXPECT_THAT(ok({ "processors", "pipe" }).lines(), UnorderedElementsAre("gen", "counter", "web"));
@@ -141,17 +132,13 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
     ASSERT_EQ(three.lines().size(), 3) << three;
     for (QString const& line : three.lines())
         EXPECT_THAT(line.toStdString(), StartsWith("numbers  ")) << three;
-    QProcess rate;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("ZEL_ADDRESS"), host->address);
-    rate.setProcessEnvironment(env);
-    rate.start(QStringLiteral(ZEL_BIN_DIR "/zelctl"), { "tap", "pipe", "numbers", "--rate" });
-    ASSERT_TRUE(rate.waitForReadyRead(10000)) << rate.readAllStandardError().toStdString();
-    EXPECT_THAT(rate.readLine().toStdString(), testing::MatchesRegex("[0-9]+ msg/s  [0-9]+ B/s\n"));
-    ::kill(static_cast<pid_t>(rate.processId()), SIGINT);
-    ASSERT_TRUE(rate.waitForFinished(10000));
-    EXPECT_EQ(rate.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(rate.exitCode(), 0);
+    std::unique_ptr<QProcess> const rate = zeltest::startZelctl({ "tap", "pipe", "numbers", "--rate" }, host->address);
+    ASSERT_TRUE(rate->waitForReadyRead(10000)) << rate->readAllStandardError().toStdString();
+    EXPECT_THAT(rate->readLine().toStdString(), testing::MatchesRegex("[0-9]+ msg/s  [0-9]+ B/s\n"));
+    ::kill(static_cast<pid_t>(rate->processId()), SIGINT);
+    ASSERT_TRUE(rate->waitForFinished(10000));
+    EXPECT_EQ(rate->exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(rate->exitCode(), 0);
 
     auto sent = [&] { return run({ "get", "pipe", "gen", "sent" }).out; };
     ok({ "stop", "pipe", "gen" });
@@ -173,7 +160,7 @@ TEST_F(Zelctl, EveryCommandDrivesAPipelineThatGraphAndTapShow)
     EXPECT_EQ(gone.err, "zelctl: Error: 's' does not exist\n");
 
     QString const query
-        = writeFile(dir, "query.xml", zel::ControlMessageHelper::makeQueryProcessorsMessage().GetXmlString());
+        = writeFile(dir, "query.xml", zel::ControlMessageHelper::makeQueryProcessorsMessage().GetXmlString().toUtf8());
     Result const reply = run({ "send", "inproc://zel/pipe", query });
     ASSERT_EQ(reply.exitCode, 0) << reply;
     EXPECT_THAT(reply.out, HasSubstr("counter"));
@@ -200,8 +187,8 @@ TEST_F(Zelctl, EachKindOfMistakeHasItsExitCode)
     std::string const answers = " (zelhost at " + host->address.toStdString() + " answers";
     ok({ "create-group", group });
     QTemporaryDir dir;
-    QString const ftp = writeFile(
-        dir, "ftp.xml", zel::ControlMessageHelper::makeProcessorConfig("s", "ftp://127.0.0.1/x").GetXmlString());
+    QString const ftp = writeFile(dir, "ftp.xml",
+        zel::ControlMessageHelper::makeProcessorConfig("s", "ftp://127.0.0.1/x").GetXmlString().toUtf8());
     QStringList const relay = { "create", group, "p", "demo.Relay", "--stream", "s", "--stream-address" };
     auto const refused = [](std::string const& why) -> testing::Matcher<std::string> {
         return testing::AllOf(HasSubstr(why), EndsWith(" (--force sends it anyway)\n"));
