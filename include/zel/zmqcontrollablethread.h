@@ -43,13 +43,11 @@ protected:
     {
         // A release that has begun is not run again, even when it threw.
         bool releaseBegun = false;
-        bool running = false;
         try {
             controller.setState(Starting, false);
             controller.setupThread(controllable.get());
             if (controllable->initialize()) {
                 controller.setState(Running, true);
-                running = true;
                 controllable->process();
                 controller.setState(Releasing, false);
                 releaseBegun = true;
@@ -57,9 +55,9 @@ protected:
                 controller.setState(Finished, true);
             }
         } catch (std::exception const& e) {
-            failed(running, e.what());
+            failed(e.what());
         } catch (...) {
-            failed(running, "An unknown exception was thrown");
+            failed("An unknown exception was thrown");
         }
         if (!releaseBegun)
             releaseAfterFailure();
@@ -69,10 +67,11 @@ protected:
     }
 
 private:
-    void failed(bool running, char const* reason)
+    void failed(char const* reason)
     {
         controller.setFailed(failureText(reason));
-        if (running)
+        // Only a failure after the start misses its creator; the controller knows whether it got there.
+        if (!controller.failureAfterStart().empty())
             reportRunningFailure(*controllable, reason);
     }
 
