@@ -74,9 +74,9 @@ std::optional<ProcessorRates> ProcessorRates::between(ProcessorSample const& bef
     return rates;
 }
 
-Outcome Observation::take(SystemClient& client, Observation& observation, ControlMessage& failed)
+Outcome Observation::take(SystemClient& client, Observation& observation, ControlMessage& failed, QString const& group)
 {
-    Outcome const outcome = Topology::query(client, observation.topology, failed);
+    Outcome const outcome = Topology::query(client, observation.topology, failed, group);
     if (outcome != Outcome::Success)
         return outcome;
     for (GroupView const& group : observation.topology.groups) {
@@ -96,18 +96,6 @@ Outcome Observation::take(SystemClient& client, Observation& observation, Contro
         }
     }
     return outcome;
-}
-
-void Observation::restrictTo(QString const& group)
-{
-    if (group.isEmpty())
-        return;
-    QVector<GroupView> kept;
-    for (GroupView const& view : topology.groups) {
-        if (view.name == group)
-            kept.append(view);
-    }
-    topology.groups = kept;
 }
 
 QString Observation::key(ProcessorView const& processor) { return processor.group + QLatin1Char('/') + processor.name; }

@@ -53,9 +53,8 @@ struct Observation
     QHash<QString, QString> problems; // by "group/name": why its statistics are missing
 
     // The topology, then each processor's statistics; on failure `failed` holds the manager's reply.
-    static Outcome take(SystemClient& client, Observation& observation, zelmsg::ControlMessage& failed);
-    // Keeps only the group named, when one is.
-    void restrictTo(QString const& group);
+    static Outcome take(SystemClient& client, Observation& observation, zelmsg::ControlMessage& failed,
+        QString const& group = QString());
 
     static QString key(ProcessorView const& processor);
     QString typeOf(ProcessorView const& processor) const;

@@ -132,10 +132,9 @@ int top(Invocation& call)
         Clock::time_point const due = Clock::now() + observationPeriod;
         Observation now;
         zelmsg::ControlMessage failed;
-        Outcome const outcome = Observation::take(call.client, now, failed);
+        Outcome const outcome = Observation::take(call.client, now, failed, group);
         if (outcome != Outcome::Success)
             return conclude(call, Identities::manager(), outcome, failed, printNothing);
-        now.restrictTo(group);
         // The first sample has nothing to take differences from.
         if (!first) {
             QString const screen = render(now, ObservedRates::between(before, now), json);

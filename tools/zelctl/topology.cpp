@@ -65,14 +65,16 @@ GroupView queryGroup(SystemClient& client, QString const& name)
 
 } // namespace
 
-Outcome Topology::query(SystemClient& client, Topology& topology, ControlMessage& failed)
+Outcome Topology::query(SystemClient& client, Topology& topology, ControlMessage& failed, QString const& only)
 {
     failed = ControlMessageHelper::makeQueryProcessorGroupsMessage();
     Outcome const outcome = client.request(Identities::manager(), failed);
     if (outcome != Outcome::Success)
         return outcome;
-    for (QString const& group : names(failed.GetParameter()))
-        topology.groups.append(queryGroup(client, group));
+    for (QString const& group : names(failed.GetParameter())) {
+        if (only.isEmpty() || group == only)
+            topology.groups.append(queryGroup(client, group));
+    }
     return outcome;
 }
 

@@ -40,9 +40,11 @@ struct Topology
     QVector<GroupView> groups;
 
     // Asks the manager, every group and every processor, one after the other on the calling
-    // thread. Only the manager's answer is needed: a group or processor that fails or stays silent
-    // is kept with its problem. On failure `failed` holds the manager's reply.
-    static Outcome query(SystemClient& client, Topology& topology, zelmsg::ControlMessage& failed);
+    // thread; only `group` and its processors when one is named. Only the manager's answer is
+    // needed: a group or processor that fails or stays silent is kept with its problem. On failure
+    // `failed` holds the manager's reply.
+    static Outcome query(
+        SystemClient& client, Topology& topology, zelmsg::ControlMessage& failed, QString const& group = QString());
     // Every input, matched by address to the stream it takes; valid while this topology lives.
     QVector<Link> links() const;
 };
